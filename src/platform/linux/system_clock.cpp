@@ -1,0 +1,63 @@
+#include "platform/linux/system_clock.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+namespace cvl {
+
+SystemClock::SystemClock(bool mayStep)
+    : mayStep_(mayStep && environmentAllowsClockStep()) {}
+
+LocalDateTime SystemClock::localNow() const {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+            local.tm_hour,        local.tm_min,     local.tm_sec};
+}
+
+int SystemClock::localMilliseconds() const {
+    timespec ts{};
+    clock_gettime(CLOCK_REALTIME, &ts);
+    return static_cast<int>(ts.tv_nsec / 1000000);
+}
+
+std::uint32_t SystemClock::tickCountMs() const {
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    const auto ms = static_cast<std::uint64_t>(ts.tv_sec) * 1000u +
+                    static_cast<std::uint64_t>(ts.tv_nsec) / 1000000u;
+    return static_cast<std::uint32_t>(ms);
+}
+
+bool SystemClock::setSystemTimeUtc(const SystemTime& utc) {
+    if (!mayStep_) {
+        return false;
+    }
+    // Refuse what the field ranges do not allow rather than let timegm() normalise it.
+    if (utc.year < 1970 || utc.month < 1 || utc.month > 12 || utc.day < 1 || utc.day > 31 ||
+        utc.hour > 23 || utc.minute > 59 || utc.second > 59 || utc.milliseconds > 999) {
+        return false;
+    }
+    std::tm fields{};
+    fields.tm_year = utc.year - 1900;
+    fields.tm_mon = utc.month - 1;
+    fields.tm_mday = utc.day;
+    fields.tm_hour = utc.hour;
+    fields.tm_min = utc.minute;
+    fields.tm_sec = utc.second;
+    const std::time_t seconds = timegm(&fields);
+    if (seconds == static_cast<std::time_t>(-1) || fields.tm_mday != utc.day) {
+        return false; // 31 February and the like
+    }
+    const timespec target{seconds, static_cast<long>(utc.milliseconds) * 1000000L};
+    return clock_settime(CLOCK_REALTIME, &target) == 0;
+}
+
+bool environmentAllowsClockStep() {
+    const char* value = std::getenv("CHRONVALE_NO_SET_CLOCK");
+    return value == nullptr || std::strcmp(value, "1") != 0;
+}
+
+} // namespace cvl

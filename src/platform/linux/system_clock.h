@@ -1,0 +1,25 @@
+// The real clock on Linux. Stepping the clock needs CAP_SYS_TIME; a clock built with
+// stepping disabled refuses every step, silently, as an unprivileged one does.
+#pragma once
+
+#include "platform/clock.h"
+
+namespace cvl {
+
+class SystemClock final : public Clock {
+public:
+    explicit SystemClock(bool mayStep);
+
+    [[nodiscard]] LocalDateTime localNow() const override;
+    [[nodiscard]] int localMilliseconds() const override;
+    [[nodiscard]] std::uint32_t tickCountMs() const override;
+    bool setSystemTimeUtc(const SystemTime& utc) override;
+
+private:
+    bool mayStep_;
+};
+
+// True unless the environment forbids stepping the clock (CHRONVALE_NO_SET_CLOCK=1).
+[[nodiscard]] bool environmentAllowsClockStep();
+
+} // namespace cvl

@@ -1,0 +1,23 @@
+// One running copy per settings file: a lock file in the runtime folder, named after the
+// settings it guards. A lock left by a crashed copy is taken over.
+#pragma once
+
+#include <QLockFile>
+#include <QString>
+#include <memory>
+
+namespace cvl {
+
+class SingleInstance {
+public:
+    explicit SingleInstance(const QString& settingsPath);
+    // False when another live copy holds the lock.
+    [[nodiscard]] bool acquire();
+    [[nodiscard]] QString lockPath() const { return lockPath_; }
+
+private:
+    QString lockPath_;
+    std::unique_ptr<QLockFile> lock_;
+};
+
+} // namespace cvl
