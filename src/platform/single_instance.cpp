@@ -3,7 +3,6 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
-#include <QStandardPaths>
 
 namespace cvl {
 
@@ -11,8 +10,9 @@ SingleInstance::SingleInstance(const QString& settingsPath) {
     const QByteArray absolute = QFileInfo(settingsPath).absoluteFilePath().toUtf8();
     const QString tag = QString::fromLatin1(
         QCryptographicHash::hash(absolute, QCryptographicHash::Sha1).toHex().left(16));
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (folder.isEmpty()) {
+    // XDG_RUNTIME_DIR when the session has one (a system service may not).
+    QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
         folder = QDir::tempPath();
     }
     lockPath_ = folder + QStringLiteral("/chronvale-server-") + tag + QStringLiteral(".lock");

@@ -1,0 +1,128 @@
+#include "core/cvl_server.h"
+
+#include "platform/autostart.h"
+#include "platform/host_info.h"
+
+#include <utility>
+
+namespace cvl {
+
+CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject* parent)
+    : QObject(parent)
+    , platform_(platform)
+    , options_(std::move(options))
+    , registry_(platform.settings)
+    , listeners_(new ServiceListeners(this)) {
+    connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
+}
+
+CVL_Server::~CVL_Server() {
+    shutdown();
+}
+
+QString CVL_Server::AppVersion() {
+    return QStringLiteral("%1.%2.%3")
+        .arg(CHRONVALE_VERSION_MAJOR)
+        .arg(CHRONVALE_VERSION_MINOR)
+        .arg(CHRONVALE_VERSION_PATCH);
+}
+
+void CVL_Server::start() {
+    started_ = true;
+    ReadCVLFile();
+    // Every start logs, whatever the saved setting says; the setting only decides what the
+    // configuration dialog shows.
+    logEnabled_ = true;
+    runAtStartup_ = platform_.autostart.exists();
+}
+
+void CVL_Server::shutdown() {
+    if (!started_ || shutDown_) {
+        return;
+    }
+    shutDown_ = true;
+    for (const ServiceId id : kTcpCloseOrder) {
+        listeners_->closeTcpListener(id);
+    }
+    for (const ServiceId id : kUdpCloseOrder) {
+        listeners_->closeUdpSocket(id);
+    }
+    writeSettings();
+}
+
+void CVL_Server::ReadCVLFile() {
+    readSettings();
+}
+
+void CVL_Server::readSettings() {
+    if (!registry_.keyExists(HKEY_LOCAL_MACHINE, kSettingsKey)) {
+        // A first start: write the defaults, then read them back like saved values.
+        registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey, kGeneralValue, kGeneralDefault);
+        for (const ServiceId id : kSettingsReadOrder) {
+            const ServiceRow& row = serviceRow(id);
+            registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey,
+                            QString::fromLatin1(row.registryValue),
+                            QString::fromLatin1(row.defaultSetting));
+        }
+    }
+
+    const GeneralSetting general = parseGeneralSetting(registry_.read(kSettingsKey, kGeneralValue));
+    sync_ = {general.randomCheck, general.syncEvery, general.syncUnit};
+    regionCode_ = general.regionCode;
+    ntpFirstByte_ = general.ntpFirstByte;
+    openMinimized_ = isYes(registry_.read(kSettingsKey, kOpenMinimizedValue));
+    enableLogging_ = isYes(registry_.read(kSettingsKey, kEnableLoggingValue));
+    useJulian_ = isYes(registry_.read(kSettingsKey, kUseJulianValue));
+
+    for (const ServiceId id : kSettingsReadOrder) {
+        listeners_->applySetting(
+            id, registry_.read(kSettingsKey, QString::fromLatin1(serviceRow(id).registryValue)));
+    }
+    if (!registry_.lastError().isEmpty()) {
+        setStatusText(registry_.lastError());
+    }
+}
+
+void CVL_Server::writeSettings() {
+    // Failures here are not reported: the program is on its way out.
+    const GeneralSetting general{sync_.randomCheck, sync_.syncN, sync_.syncUnit, regionCode_,
+                                 ntpFirstByte_};
+    registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey, kGeneralValue, formatGeneralSetting(general));
+    registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey, kOpenMinimizedValue, yesNo(openMinimized_));
+    registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey, kEnableLoggingValue, yesNo(enableLogging_));
+    writeRunEntry();
+    for (const ServiceId id : kSettingsWriteOrder) {
+        registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey,
+                        QString::fromLatin1(serviceRow(id).registryValue),
+                        listeners_->settingText(id));
+    }
+}
+
+void CVL_Server::writeRunEntry() {
+    if (runAtStartup_ && !runChanged_) {
+        platform_.autostart.write(platform_.host.programCommand());
+    } else if (runChanged_ && !runAtStartup_) {
+        platform_.autostart.remove();
+    }
+}
+
+void CVL_Server::setEnableLogging(bool on) {
+    enableLogging_ = on;
+    logEnabled_ = on;
+}
+
+void CVL_Server::setRunAtStartup(bool on) {
+    runAtStartup_ = on;
+    runChanged_ = true;
+}
+
+void CVL_Server::setTimeSynced() {
+    listeners_->setTimeSynced();
+}
+
+void CVL_Server::setStatusText(const QString& text) {
+    statusText_ = text;
+    emit statusTextChanged(text);
+}
+
+} // namespace cvl

@@ -1,0 +1,255 @@
+#include "core/service_listeners.h"
+
+#include "core/leading_number.h"
+#include "core/settings_values.h"
+
+#include <unistd.h>
+
+namespace cvl {
+
+ServiceListeners::ServiceListeners(QObject* parent)
+    : QObject(parent)
+    , silent_(std::make_unique<SilentProtocol>()) {
+    for (const ServiceRow& row : serviceTable()) {
+        Service& service = at(row.id);
+        // Until a saved value says otherwise, a port box shows the service's usual port.
+        service.controls.portText = QString::number(row.defaultPort);
+        service.protocol = silent_.get();
+        service.tcp = new TcpSocketArray(this);
+        service.udp = new QUdpSocket(this);
+
+        const ServiceId id = row.id;
+        TcpSocketArray* array = service.tcp;
+        connect(&array->listener(), &TcpListener::connectionRequested, this,
+                [this, id](qintptr descriptor) { connectionRequested(id, descriptor); });
+        // A listener that fails is closed and stays closed until it is restarted.
+        connect(&array->listener(), &QTcpServer::acceptError, this,
+                [array] { array->listener().close(); });
+        connect(array, &TcpSocketArray::readyRead, this, [this, id](int index) {
+            at(id).protocol->connectionReadyRead(at(id).tcp->at(index), index);
+        });
+        connect(array, &TcpSocketArray::bytesWritten, this, [this, id](int index, qint64) {
+            at(id).protocol->connectionBytesWritten(at(id).tcp->at(index), index);
+        });
+        connect(service.udp, &QUdpSocket::readyRead, this,
+                [this, id] { at(id).protocol->datagramsPending(*at(id).udp); });
+    }
+}
+
+ServiceListeners::~ServiceListeners() = default;
+
+void ServiceListeners::setProtocol(ServiceId id, ServiceProtocol* protocol) {
+    at(id).protocol = protocol != nullptr ? protocol : silent_.get();
+}
+
+void ServiceListeners::LoadServers(const QString& mode) {
+    const std::optional<ModeTarget> target = modeTarget(mode);
+    if (!target) {
+        return;
+    }
+    Service& service = at(target->service);
+    const bool tcp = target->transport == Transport::Tcp;
+    if (tcp) {
+        service.tcp->listener().close();
+    } else {
+        service.udp->close();
+    }
+
+    // The port is read from the box every time; a value that does not fit 16 bits signed,
+    // or a negative one, fails quietly and leaves the socket closed.
+    const std::optional<std::int16_t> port = roundToInt16(leadingNumber(service.controls.portText));
+    if (!port || *port < 0) {
+        return;
+    }
+    const auto portNumber = static_cast<quint16>(*port);
+
+    bool inUse = false;
+    if (tcp) {
+        TcpListener& listener = service.tcp->listener();
+        if (listener.listen(QHostAddress::Any, portNumber)) {
+            if (!timeSynced_) {
+                // Clients wait in the backlog, neither accepted nor refused, until the
+                // clock has been set once.
+                listener.pauseAccepting();
+            }
+            return;
+        }
+        inUse = listener.serverError() == QAbstractSocket::AddressInUseError;
+        listener.close();
+    } else {
+        if (service.udp->bind(QHostAddress::Any, portNumber, QAbstractSocket::DontShareAddress)) {
+            return;
+        }
+        inUse = service.udp->error() == QAbstractSocket::AddressInUseError;
+        service.udp->close();
+    }
+    if (inUse) {
+        reportAddressInUse(target->service, *port);
+    }
+}
+
+void ServiceListeners::reportAddressInUse(ServiceId id, int port) {
+    // Only the Daytime service reports a conflict; the others stay closed without a word.
+    if (id != ServiceId::Daytime) {
+        return;
+    }
+    emit statusText(
+        QStringLiteral("That address is already in use.  Please select a different port than ") +
+        QString::number(port) + QStringLiteral(".") + QChar(13) +
+        QStringLiteral("DAYTIME SERVICE SERVER ERROR - PORT: ") +
+        at(ServiceId::Daytime).controls.portText + QStringLiteral(" invalid."));
+}
+
+void ServiceListeners::connectionRequested(ServiceId id, qintptr descriptor) {
+    Service& service = at(id);
+    if (!timeSynced_) {
+        ::close(static_cast<int>(descriptor));
+        return;
+    }
+    const int index = InitTCP(id);
+    QTcpSocket& socket = service.tcp->at(index);
+    if (!socket.setSocketDescriptor(descriptor)) {
+        ::close(static_cast<int>(descriptor));
+        return;
+    }
+    const ServiceRow& row = serviceRow(id);
+    QString shown = addressText(socket.peerAddress());
+    if (row.acceptShowsPort) {
+        shown += QLatin1Char(':') + QString::number(socket.peerPort());
+    }
+    emit clientShown(0, shown);
+    if (row.countsTcpAccepts) {
+        if (!service.tcpRequests.increment()) {
+            socket.abort();
+            return;
+        }
+        emit countersChanged(id);
+    }
+    emit lamp(Lamp::DataIn);
+    emit lamp(Lamp::TcpIn);
+    service.protocol->connectionAccepted(socket, index);
+}
+
+void ServiceListeners::setTimeSynced() {
+    if (timeSynced_) {
+        return;
+    }
+    timeSynced_ = true;
+    for (Service& service : services_) {
+        if (service.tcp->listener().isListening()) {
+            service.tcp->listener().resumeAccepting();
+        }
+    }
+}
+
+void ServiceListeners::applySetting(ServiceId id, const QString& value) {
+    const ServiceSetting setting = parseServiceSetting(value);
+    if (!setting.wellFormed || !setting.enabled) {
+        return;
+    }
+    ServiceControls& controls = at(id).controls;
+    controls.master = true;
+    controls.portText = setting.port;
+    if (setting.tcp) {
+        controls.tcp = true;
+        LoadServers(modeOf(id, Transport::Tcp));
+    }
+    if (setting.udp) {
+        controls.udp = true;
+        LoadServers(modeOf(id, Transport::Udp));
+    }
+    emit serviceChanged(id);
+}
+
+QString ServiceListeners::settingText(ServiceId id) const {
+    const ServiceControls& controls = at(id).controls;
+    return formatServiceSetting(controls.master, controls.tcp, controls.udp, controls.portText);
+}
+
+void ServiceListeners::masterClicked(ServiceId id, bool ticked) {
+    Service& service = at(id);
+    service.controls.master = ticked;
+    if (ticked) {
+        if (!service.tcp->listener().isListening()) {
+            if (service.controls.udp) {
+                LoadServers(modeOf(id, Transport::Udp));
+            }
+            if (service.controls.tcp) {
+                LoadServers(modeOf(id, Transport::Tcp));
+            }
+        }
+    } else {
+        // Disabling a service stops its TCP listener only; its UDP socket stays bound.
+        closeTcpListener(id);
+    }
+    emit serviceChanged(id);
+}
+
+void ServiceListeners::tcpBoxClicked(ServiceId id, bool ticked) {
+    Service& service = at(id);
+    if (!service.controls.transportBoxesEnabled()) {
+        return;
+    }
+    service.controls.tcp = ticked;
+    // Unticking keeps the listener listening until the service itself is disabled.
+    if (ticked) {
+        LoadServers(modeOf(id, Transport::Tcp));
+    }
+    emit serviceChanged(id);
+}
+
+void ServiceListeners::udpBoxClicked(ServiceId id, bool ticked) {
+    Service& service = at(id);
+    if (!service.controls.transportBoxesEnabled()) {
+        return;
+    }
+    service.controls.udp = ticked;
+    if (ticked) {
+        LoadServers(modeOf(id, Transport::Udp));
+    } else {
+        closeUdpSocket(id);
+    }
+    emit serviceChanged(id);
+}
+
+void ServiceListeners::portTextChanged(ServiceId id, const QString& text) {
+    ServiceControls& controls = at(id).controls;
+    controls.portText = text;
+    // The new port only counts once Enter registers it.
+    if (serviceRow(id).hasPortChangeHandler) {
+        controls.portToolTip = kPortChangedTip;
+    }
+    emit serviceChanged(id);
+}
+
+void ServiceListeners::portKeyPressed(ServiceId id, QChar key) {
+    if (!serviceRow(id).hasPortKeyHandler || key != QChar(13)) {
+        return;
+    }
+    // Enter restarts both transports whenever the service is enabled, whatever the TCP and
+    // UDP boxes say.
+    if (at(id).controls.master) {
+        LoadServers(modeOf(id, Transport::Udp));
+    }
+    if (at(id).controls.master) {
+        LoadServers(modeOf(id, Transport::Tcp));
+    }
+    at(id).controls.portToolTip = kPortRegisteredTip;
+    emit serviceChanged(id);
+}
+
+void ServiceListeners::closeTcpListener(ServiceId id) {
+    at(id).tcp->listener().close();
+}
+
+void ServiceListeners::closeUdpSocket(ServiceId id) {
+    at(id).udp->close();
+}
+
+QString ServiceListeners::addressText(const QHostAddress& address) {
+    bool isV4 = false;
+    const quint32 v4 = address.toIPv4Address(&isV4);
+    return isV4 ? QHostAddress(v4).toString() : address.toString();
+}
+
+} // namespace cvl

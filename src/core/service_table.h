@@ -1,0 +1,64 @@
+// The five services as one table: what each is called in the settings, its defaults, the
+// names of its controls, its socket modes and where the display shows it. Everything that
+// treats services alike reads this table instead of repeating itself five times.
+#pragma once
+
+#include <QString>
+#include <array>
+#include <cstdint>
+#include <optional>
+
+namespace cvl {
+
+enum class ServiceId : std::uint8_t { Daytime, Time, Ntp, Unix, Client };
+inline constexpr std::size_t kServiceCount = 5;
+
+enum class Transport : std::uint8_t { Udp, Tcp };
+
+struct ServiceRow {
+    ServiceId id;
+    const char* registryValue;  // name of its settings value
+    const char* defaultSetting; // written when the settings key is missing
+    std::uint16_t defaultPort;
+    const char* masterBox;
+    const char* tcpBox;
+    const char* udpBox;
+    const char* portBox;
+    const char* tcpArray;
+    const char* udpSocket;
+    char udpMode; // LoadServers mode that reopens the UDP socket
+    char tcpMode; // LoadServers mode that reopens the TCP listener
+    int displayNumber;
+    bool hasPortChangeHandler; // typing marks the port as not yet registered
+    bool hasPortKeyHandler;    // Enter restarts the service on the typed port
+    bool countsTcpAccepts;     // the NTP service counts its requests elsewhere
+    bool acceptShowsPort;      // the client-protocol service shows address:port
+    const char* title;         // node of the service tree
+};
+
+[[nodiscard]] const std::array<ServiceRow, kServiceCount>& serviceTable();
+[[nodiscard]] const ServiceRow& serviceRow(ServiceId id);
+
+struct ModeTarget {
+    ServiceId service;
+    Transport transport;
+};
+// "0".."9" name one socket each; anything else names none.
+[[nodiscard]] std::optional<ModeTarget> modeTarget(const QString& mode);
+[[nodiscard]] QString modeOf(ServiceId id, Transport transport);
+
+// The orders in which start-up and shutdown walk the services.
+inline constexpr std::array<ServiceId, kServiceCount> kSettingsReadOrder{
+    ServiceId::Time, ServiceId::Ntp, ServiceId::Unix, ServiceId::Client, ServiceId::Daytime};
+inline constexpr std::array<ServiceId, kServiceCount> kSettingsWriteOrder{
+    ServiceId::Time, ServiceId::Unix, ServiceId::Ntp, ServiceId::Client, ServiceId::Daytime};
+inline constexpr std::array<ServiceId, kServiceCount> kTcpCloseOrder{
+    ServiceId::Time, ServiceId::Daytime, ServiceId::Ntp, ServiceId::Unix, ServiceId::Client};
+inline constexpr std::array<ServiceId, kServiceCount> kUdpCloseOrder{
+    ServiceId::Client, ServiceId::Unix, ServiceId::Ntp, ServiceId::Daytime, ServiceId::Time};
+
+[[nodiscard]] constexpr std::size_t indexOf(ServiceId id) {
+    return static_cast<std::size_t>(id);
+}
+
+} // namespace cvl
