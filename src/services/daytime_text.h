@@ -1,0 +1,23 @@
+// The text of a Daytime reply: the local date and time in words, or a NIST-style line with the
+// modified Julian day when the server is set to answer that way.
+#pragma once
+
+#include "platform/clock.h"
+
+#include <QLocale>
+#include <QString>
+#include <cstdint>
+
+namespace cvl {
+
+// "Monday, November 16, 2026 02:08:04-Eastern Standard Time": day and month names from the
+// locale, 24-hour time. No line end, as clients of old have always received it.
+[[nodiscard]] QString daytimeText(const LocalDateTime& local, const QString& zoneName,
+                                  const QLocale& locale);
+
+// "\n53005 04-01-01 00:00:00 00 0 0 50.0 UTC(CVLS) *": modified Julian day, UTC date and time,
+// the daylight code (50 while the local zone keeps daylight time), leap and health flags, and
+// the advance in milliseconds.
+[[nodiscard]] QString GrabMJulian(std::int64_t utcSecondsSince1900, bool daylightTime);
+
+} // namespace cvl

@@ -1,0 +1,122 @@
+#include "timebase/time_base.h"
+
+#include "timebase/arithmetic.h"
+#include "timebase/calendar.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace cvl {
+
+namespace {
+
+constexpr double two32 = 4294967296.0;
+// Zone names are held in fixed 32-character fields.
+constexpr qsizetype zoneNameLength = 32;
+
+[[nodiscard]] std::optional<std::int32_t> toInt32(std::int64_t value) {
+    if (value < std::numeric_limits<std::int32_t>::min() ||
+        value > std::numeric_limits<std::int32_t>::max()) {
+        return std::nullopt;
+    }
+    return static_cast<std::int32_t>(value);
+}
+
+} // namespace
+
+TimeBase::TimeBase(const Clock& clock, const TimeZone& zone)
+    : clock_(clock)
+    , zone_(zone) {}
+
+std::optional<std::int32_t> TimeBase::GrabBias() const {
+    const TimeZoneReading reading = zone_.GetTimeZoneInformation();
+    std::optional<std::int32_t> biasMinutes = reading.info.Bias;
+    if (reading.result == TimeZoneIdDaylight) {
+        biasMinutes = toInt32(std::int64_t{reading.info.Bias} + reading.info.DaylightBias);
+    }
+    if (!biasMinutes) {
+        return std::nullopt;
+    }
+    return toInt32(std::int64_t{*biasMinutes} * 60);
+}
+
+bool TimeBase::daylightInEffect() const {
+    return zone_.GetTimeZoneInformation().result == TimeZoneIdDaylight;
+}
+
+std::optional<std::int64_t> TimeBase::utcSecondsSince1900() const {
+    const LocalDateTime local = clock_.localNow();
+    const std::optional<std::int32_t> biasSeconds = GrabBias();
+    if (!biasSeconds) {
+        return std::nullopt;
+    }
+    return secondsSince1900(local) + *biasSeconds;
+}
+
+std::optional<std::array<std::uint8_t, 4>> TimeBase::timeProtocolBytes() const {
+    const std::optional<std::int64_t> seconds = utcSecondsSince1900();
+    if (!seconds || *seconds < 0 || *seconds > 0xFFFFFFFFLL) {
+        return std::nullopt;
+    }
+    const auto value = static_cast<std::uint32_t>(*seconds);
+    return std::array<std::uint8_t, 4>{
+        static_cast<std::uint8_t>(value >> 24), static_cast<std::uint8_t>(value >> 16),
+        static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
+}
+
+std::optional<std::int32_t> TimeBase::unixSeconds() const {
+    const std::optional<std::int64_t> seconds = utcSecondsSince1900();
+    if (!seconds) {
+        return std::nullopt;
+    }
+    return toInt32(*seconds - secondsFrom1900To1970);
+}
+
+std::optional<NtpTimestamp> TimeBase::GrabTime() {
+    const std::optional<std::int64_t> wholeSeconds = utcSecondsSince1900();
+    if (!wholeSeconds) {
+        return std::nullopt;
+    }
+    // A separate reading on purpose: the second may have turned over since localNow().
+    const int milliseconds = clock_.localMilliseconds();
+    lastMilliseconds_ = milliseconds;
+
+    const double totalMs = static_cast<double>(*wholeSeconds) * 1000 + milliseconds;
+    double seconds = totalMs / 1000;
+
+    NtpTimestamp stamp{};
+    for (int i = 3; i >= 0; --i) {
+        const double scale = std::ldexp(1.0, 8 * i); // 256^i
+        const double digit = std::floor(seconds / scale);
+        if (digit < 0 || digit > 255) {
+            return std::nullopt;
+        }
+        stamp[static_cast<std::size_t>(3 - i)] = static_cast<std::uint8_t>(digit);
+        seconds -= digit * scale;
+    }
+
+    // The fraction is divided down without truncation, so each byte carries the rounding of
+    // the ones below it; mdiv() keeps a zero remainder from reaching a byte.
+    double fraction = mdiv(totalMs, 1000) * two32 / 1000;
+    for (std::size_t k = 7; k >= 4; --k) {
+        const std::optional<std::uint8_t> byte = roundToByte(mdiv(fraction, 256));
+        if (!byte) {
+            return std::nullopt;
+        }
+        stamp[k] = *byte;
+        fraction /= 256;
+    }
+    return stamp;
+}
+
+QString TimeBase::svrBIAS() {
+    const TimeZoneReading reading = zone_.GetTimeZoneInformation();
+    const QString& name = reading.result == TimeZoneIdDaylight ? reading.info.DaylightName
+                                                               : reading.info.StandardName;
+    const qsizetype nul = name.indexOf(QChar(u'\0'));
+    zoneName_ = name.left(nul < 0 ? zoneNameLength : std::min(nul, zoneNameLength));
+    return zoneName_;
+}
+
+} // namespace cvl
