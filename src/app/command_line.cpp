@@ -67,7 +67,9 @@ CommandLineResult parseCommandLine(const QStringList& arguments) {
                                      QStringLiteral("option %1 needs a value").arg(word)};
         };
 
-        if (word == QLatin1String("--headless")) {
+        if (word == QLatin1String("-rs")) {
+            // Only meaningful as the first word; elsewhere it is just a word.
+        } else if (word == QLatin1String("--headless")) {
             line.headless = true;
         } else if (word == QLatin1String("--no-set-clock")) {
             line.noSetClock = true;

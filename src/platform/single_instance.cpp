@@ -7,10 +7,16 @@
 namespace cvl {
 
 SingleInstance::SingleInstance(const QString& settingsPath) {
-    const QByteArray absolute = QFileInfo(settingsPath).absoluteFilePath().toUtf8();
+    const QFileInfo settings(settingsPath);
+    QDir().mkpath(settings.absolutePath());
+    if (QFileInfo(settings.absolutePath()).isWritable()) {
+        // Not "<file>.lock": the settings store takes that one briefly on every write.
+        lockPath_ = settings.absoluteFilePath() + QStringLiteral(".instance");
+        return;
+    }
+    const QByteArray absolute = settings.absoluteFilePath().toUtf8();
     const QString tag = QString::fromLatin1(
         QCryptographicHash::hash(absolute, QCryptographicHash::Sha1).toHex().left(16));
-    // XDG_RUNTIME_DIR when the session has one (a system service may not).
     QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
         folder = QDir::tempPath();

@@ -1,5 +1,6 @@
-// One running copy per settings file: a lock file in the runtime folder, named after the
-// settings it guards. A lock left by a crashed copy is taken over.
+// One running copy per settings file. The lock sits beside the settings it guards, so two
+// copies meet there whatever sessions they were started from; where that folder cannot be
+// written, the runtime folder holds it instead. A lock left by a crashed copy is taken over.
 #pragma once
 
 #include <QLockFile>
