@@ -1,7 +1,11 @@
 #include "core/cvl_server.h"
 
+#include "log/request_log.h"
 #include "platform/autostart.h"
 #include "platform/host_info.h"
+#include "services/daytime_service.h"
+#include "services/time_service.h"
+#include "services/unix_time_service.h"
 
 #include <utility>
 
@@ -12,8 +16,18 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , platform_(platform)
     , options_(std::move(options))
     , registry_(platform.settings)
-    , listeners_(new ServiceListeners(this)) {
+    , timeBase_(platform.clock, platform.timeZone)
+    , listeners_(new ServiceListeners(this))
+    , timeService_(std::make_unique<TimeService>(*this))
+    , daytimeService_(std::make_unique<DaytimeService>(*this, platform.clock))
+    , unixTimeService_(std::make_unique<UnixTimeService>(*this)) {
     connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
+    connect(listeners_, &ServiceListeners::clientShown, this, &CVL_Server::showClient);
+    connect(listeners_, &ServiceListeners::lamp, this, &CVL_Server::light);
+    connect(listeners_, &ServiceListeners::countersChanged, this, &CVL_Server::countersChanged);
+    listeners_->setProtocol(ServiceId::Time, timeService_.get());
+    listeners_->setProtocol(ServiceId::Daytime, daytimeService_.get());
+    listeners_->setProtocol(ServiceId::Unix, unixTimeService_.get());
 }
 
 CVL_Server::~CVL_Server() {
@@ -29,11 +43,23 @@ QString CVL_Server::AppVersion() {
 
 void CVL_Server::start() {
     started_ = true;
+    // A first reading of the clock, and the zone's name for the display.
+    [[maybe_unused]] const auto first = timeBase_.GrabTime();
+    emit timeZoneChanged(timeBase_.svrBIAS());
+
+    runAtStartup_ = platform_.autostart.exists();
     ReadCVLFile();
+
+    updateStamp_ = platform_.clock.localNow();
+    log_ = std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder(),
+                                        AppVersion(), updateStamp_);
     // Every start logs, whatever the saved setting says; the setting only decides what the
     // configuration dialog shows.
-    logEnabled_ = true;
-    runAtStartup_ = platform_.autostart.exists();
+    log_->setEnabled(true);
+
+    [[maybe_unused]] const auto second = timeBase_.GrabTime();
+    log_->setIdentity(platform_.host.hostName(), platform_.host.userName(),
+                      platform_.host.localAddress());
 }
 
 void CVL_Server::shutdown() {
@@ -108,7 +134,40 @@ void CVL_Server::writeRunEntry() {
 
 void CVL_Server::setEnableLogging(bool on) {
     enableLogging_ = on;
-    logEnabled_ = on;
+    if (log_) {
+        log_->setEnabled(on);
+    }
+}
+
+bool CVL_Server::LogEnabled() const {
+    return log_ && log_->enabled();
+}
+
+QString CVL_Server::logFilePath() const {
+    return log_ ? log_->currentFilePath() : QString();
+}
+
+void CVL_Server::CVLWLOG(const QString& BytesD, const QString& RequestIP, std::int16_t ReqP,
+                         std::int32_t sentB, const QString& CVLCode, const QString& CVLType,
+                         std::int32_t iByteTot) {
+    if (log_) {
+        log_->CVLWLOG(BytesD, RequestIP, ReqP, sentB, CVLCode, CVLType, iByteTot);
+    }
+}
+
+bool CVL_Server::countRequest(ServiceId id, Transport transport) {
+    RequestCounter& counter =
+        transport == Transport::Tcp ? listeners_->tcpRequests(id) : listeners_->udpRequests(id);
+    if (!counter.increment()) {
+        return false;
+    }
+    emit countersChanged(id);
+    return true;
+}
+
+void CVL_Server::showClient(int box, const QString& address) {
+    remoteHosts_.at(box) = {address, platform_.clock.localNow()};
+    emit remoteHostChanged(box);
 }
 
 void CVL_Server::setRunAtStartup(bool on) {

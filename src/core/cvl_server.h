@@ -1,24 +1,31 @@
-// The server controller: owns the settings in memory, the listeners and (as they arrive) the
-// time base, the services and the synchronisation client. Start-up and shutdown run here in
-// their fixed order; windows and the daemon are views that call its methods and show what
-// its signals report.
+// The server controller: owns the settings in memory, the listeners, the time base, the
+// request log and the services. Start-up and shutdown run here in their fixed order; windows
+// and the daemon are views that call its methods and show what its signals report.
 #pragma once
 
 #include "core/registry.h"
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
+#include "platform/clock.h"
+#include "services/service_host.h"
+#include "timebase/time_base.h"
 
 #include <QObject>
+#include <array>
+#include <memory>
 
 namespace cvl {
 
 class Autostart;
-class Clock;
+class DaytimeService;
 class HostInfo;
 class Launcher;
 class Prompter;
+class RequestLog;
 class SettingsStore;
+class TimeService;
 class TimeZone;
+class UnixTimeService;
 
 // The operating system as the server reaches it.
 struct Platform {
@@ -45,7 +52,13 @@ struct SyncControls {
     QString syncUnit;
 };
 
-class CVL_Server final : public QObject {
+// The last client shown in one remote-host box, and when it came.
+struct RemoteHost {
+    QString address;
+    LocalDateTime when;
+};
+
+class CVL_Server final : public QObject, public ServiceHost {
     Q_OBJECT
 public:
     CVL_Server(const Platform& platform, ServerOptions options, QObject* parent = nullptr);
@@ -63,11 +76,14 @@ public:
 
     [[nodiscard]] ServiceListeners& listeners() { return *listeners_; }
     [[nodiscard]] const ServiceListeners& listeners() const { return *listeners_; }
-    [[nodiscard]] bool TimeSynced() const { return listeners_->TimeSynced(); }
     void setTimeSynced();
 
     [[nodiscard]] static QString AppVersion();
     [[nodiscard]] const QString& statusText() const { return statusText_; }
+    [[nodiscard]] const RemoteHost& remoteHost(int box) const { return remoteHosts_.at(box); }
+    [[nodiscard]] const LocalDateTime& UpdateStamp() const { return updateStamp_; }
+    // The request log's file for today (empty before start-up).
+    [[nodiscard]] QString logFilePath() const;
 
     // Settings held in memory.
     [[nodiscard]] const SyncControls& syncControls() const { return sync_; }
@@ -75,19 +91,34 @@ public:
     [[nodiscard]] std::int16_t ntpFirstByte() const { return ntpFirstByte_; }
     [[nodiscard]] bool OpenMinimized() const { return openMinimized_; }
     [[nodiscard]] bool EnableLogging() const { return enableLogging_; }
-    [[nodiscard]] bool UseJulian() const { return useJulian_; }
     [[nodiscard]] bool RunAtStartup() const { return runAtStartup_; }
-    [[nodiscard]] bool LogEnabled() const { return logEnabled_; }
+    [[nodiscard]] bool LogEnabled() const;
 
     void setOpenMinimized(bool on) { openMinimized_ = on; }
     void setEnableLogging(bool on);
     void setRunAtStartup(bool on);
     void setRegionCode(const QString& code) { regionCode_ = code; }
+    void setUseJulian(bool on) { useJulian_ = on; }
 
-    [[nodiscard]] const Registry& registry() const { return registry_; }
+    // What the services reach.
+    [[nodiscard]] bool TimeSynced() const override { return listeners_->TimeSynced(); }
+    [[nodiscard]] bool UseJulian() const override { return useJulian_; }
+    [[nodiscard]] TimeBase& timeBase() override { return timeBase_; }
+    void CVLWLOG(const QString& BytesD, const QString& RequestIP, std::int16_t ReqP,
+                 std::int32_t sentB, const QString& CVLCode, const QString& CVLType,
+                 std::int32_t iByteTot = 0) override;
+    bool countRequest(ServiceId id, Transport transport) override;
+    void showClient(int box, const QString& address) override;
+    void light(Lamp lamp) override { emit lampLit(lamp); }
+    void StatusUp() override { emit statusRefreshed(); }
 
 signals:
     void statusTextChanged(const QString& text);
+    void timeZoneChanged(const QString& zoneName);
+    void remoteHostChanged(int box);
+    void lampLit(cvl::Lamp lamp);
+    void countersChanged(cvl::ServiceId id);
+    void statusRefreshed();
 
 private:
     void setStatusText(const QString& text);
@@ -97,8 +128,15 @@ private:
     Platform platform_;
     ServerOptions options_;
     Registry registry_;
+    TimeBase timeBase_;
     ServiceListeners* listeners_;
+    std::unique_ptr<RequestLog> log_;
+    std::unique_ptr<TimeService> timeService_;
+    std::unique_ptr<DaytimeService> daytimeService_;
+    std::unique_ptr<UnixTimeService> unixTimeService_;
     QString statusText_;
+    std::array<RemoteHost, 3> remoteHosts_;
+    LocalDateTime updateStamp_;
 
     SyncControls sync_;
     QString regionCode_;
@@ -108,7 +146,6 @@ private:
     bool useJulian_ = false;
     bool runAtStartup_ = false;
     bool runChanged_ = false;
-    bool logEnabled_ = false;
     bool started_ = false;
     bool shutDown_ = false;
 };

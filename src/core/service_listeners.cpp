@@ -1,6 +1,7 @@
 #include "core/service_listeners.h"
 
 #include "core/leading_number.h"
+#include "core/peer_address.h"
 #include "core/settings_values.h"
 
 #include <unistd.h>
@@ -244,12 +245,6 @@ void ServiceListeners::closeTcpListener(ServiceId id) {
 
 void ServiceListeners::closeUdpSocket(ServiceId id) {
     at(id).udp->close();
-}
-
-QString ServiceListeners::addressText(const QHostAddress& address) {
-    bool isV4 = false;
-    const quint32 v4 = address.toIPv4Address(&isV4);
-    return isV4 ? QHostAddress(v4).toString() : address.toString();
 }
 
 } // namespace cvl

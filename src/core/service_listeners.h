@@ -4,6 +4,7 @@
 // sent back is the service protocol's business.
 #pragma once
 
+#include "core/lamp.h"
 #include "core/request_counter.h"
 #include "core/service_table.h"
 #include "core/tcp_socket_array.h"
@@ -26,8 +27,6 @@ struct ServiceControls {
     // The TCP and UDP boxes can be clicked only while the service is enabled.
     [[nodiscard]] bool transportBoxesEnabled() const { return master; }
 };
-
-enum class Lamp : std::uint8_t { DataIn, DataOut, TcpIn, UdpIn };
 
 inline const QString kPortChangedTip = QStringLiteral(" Hit Enter to Register the Port Change ");
 inline const QString kPortRegisteredTip = QStringLiteral(" Change Registered Successfully ");
@@ -84,9 +83,6 @@ public:
     [[nodiscard]] const RequestCounter& udpRequests(ServiceId id) const {
         return at(id).udpRequests;
     }
-
-    // The address as the display and the log show it: IPv4 peers without the mapped prefix.
-    [[nodiscard]] static QString addressText(const QHostAddress& address);
 
 signals:
     // The status line's text changed (a port conflict on the Daytime service).

@@ -10,6 +10,8 @@ public:
     virtual ~HostInfo() = default;
     [[nodiscard]] virtual QString userName() const = 0;
     [[nodiscard]] virtual QString hostName() const = 0;
+    // The machine's address on its network (the first non-loopback IPv4 one, else loopback).
+    [[nodiscard]] virtual QString localAddress() const = 0;
     // The folder that holds the server file, Logs/ and the updater. No trailing separator.
     [[nodiscard]] virtual QString programFolder() const = 0;
     // The command that starts this program again (for the start-with-the-system entry).

@@ -9,11 +9,13 @@ class FakeHostInfo final : public HostInfo {
 public:
     [[nodiscard]] QString userName() const override { return user; }
     [[nodiscard]] QString hostName() const override { return host; }
+    [[nodiscard]] QString localAddress() const override { return address; }
     [[nodiscard]] QString programFolder() const override { return folder; }
     [[nodiscard]] QString programCommand() const override { return command; }
 
     QString user = QStringLiteral("tester");
     QString host = QStringLiteral("testhost");
+    QString address = QStringLiteral("192.0.2.10");
     QString folder;
     QString command = QStringLiteral("/opt/chronvale/chronvale-server");
 };

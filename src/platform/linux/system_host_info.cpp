@@ -1,6 +1,8 @@
 #include "platform/linux/system_host_info.h"
 
 #include <QHostInfo>
+#include <QNetworkInterface>
+#include <QNetworkInterface>
 #include <pwd.h>
 #include <unistd.h>
 #include <utility>
@@ -24,6 +26,23 @@ QString SystemHostInfo::userName() const {
 
 QString SystemHostInfo::hostName() const {
     return QHostInfo::localHostName();
+}
+
+QString SystemHostInfo::localAddress() const {
+    // The listeners bind to every interface, so their own address says nothing; the first
+    // IPv4 address of an interface that is up stands for the machine.
+    for (const QNetworkInterface& interface : QNetworkInterface::allInterfaces()) {
+        if (!interface.flags().testFlag(QNetworkInterface::IsUp) ||
+            interface.flags().testFlag(QNetworkInterface::IsLoopBack)) {
+            continue;
+        }
+        for (const QNetworkAddressEntry& entry : interface.addressEntries()) {
+            if (entry.ip().protocol() == QAbstractSocket::IPv4Protocol) {
+                return entry.ip().toString();
+            }
+        }
+    }
+    return QStringLiteral("127.0.0.1");
 }
 
 } // namespace cvl

@@ -11,6 +11,7 @@ public:
 
     [[nodiscard]] QString userName() const override;
     [[nodiscard]] QString hostName() const override;
+    [[nodiscard]] QString localAddress() const override;
     [[nodiscard]] QString programFolder() const override { return programFolder_; }
     [[nodiscard]] QString programCommand() const override { return programCommand_; }
 

@@ -1,0 +1,76 @@
+#include "services/daytime_service.h"
+
+#include "core/peer_address.h"
+#include "platform/clock.h"
+#include "services/daytime_text.h"
+
+#include <QLocale>
+
+namespace cvl {
+
+namespace {
+
+const QString kName = QStringLiteral("DayTime");
+
+} // namespace
+
+DaytimeService::DaytimeService(ServiceHost& host, const Clock& clock)
+    : host_(host)
+    , clock_(clock) {}
+
+QString DaytimeService::replyText() const {
+    TimeBase& timeBase = host_.timeBase();
+    if (host_.UseJulian()) {
+        return GrabMJulian(timeBase.utcSecondsSince1900().value_or(0), timeBase.daylightInEffect());
+    }
+    return daytimeText(clock_.localNow(), timeBase.ZoneName(), QLocale::system());
+}
+
+void DaytimeService::connectionAccepted(QTcpSocket& socket, int) {
+    host_.light(Lamp::DataOut);
+    const QString text = replyText();
+    const QByteArray bytes = text.toLocal8Bit();
+    const QString client = addressText(socket.peerAddress());
+    const std::int16_t port = loggedPort(socket);
+    if (socket.write(bytes) != bytes.size()) {
+        socket.abort();
+    }
+    host_.CVLWLOG(QStringLiteral("DayTime Request"), client, port,
+                  static_cast<std::int32_t>(text.size()), kName, QStringLiteral("TCP"));
+    socket.close();
+    host_.showClient(1, client);
+    host_.StatusUp();
+}
+
+void DaytimeService::connectionReadyRead(QTcpSocket& socket, int) {
+    socket.skip(socket.bytesAvailable());
+}
+
+void DaytimeService::datagramsPending(QUdpSocket& socket) {
+    reader_.readAll(socket, [this, &socket](const Datagram& request) {
+        // Counted before the read, so a datagram that cannot be read still counts.
+        if (!host_.countRequest(ServiceId::Daytime, Transport::Udp)) {
+            return;
+        }
+        host_.light(Lamp::UdpIn);
+        if (!request.readOk) {
+            return;
+        }
+        host_.light(Lamp::DataIn);
+        host_.showClient(1, request.senderText);
+        const QString text = replyText();
+        if (!host_.TimeSynced()) {
+            return;
+        }
+        const QByteArray bytes = text.toLocal8Bit();
+        if (socket.writeDatagram(bytes, request.sender, request.senderPort) != bytes.size()) {
+            return;
+        }
+        host_.light(Lamp::DataOut);
+        host_.CVLWLOG(text, request.senderText, loggedPort(socket),
+                      static_cast<std::int32_t>(text.size()), kName, QStringLiteral("UDP"));
+        host_.StatusUp();
+    });
+}
+
+} // namespace cvl

@@ -1,0 +1,31 @@
+// The Daytime protocol: one line of local date and time with the zone's name, and no line
+// end. TCP clients get it and the connection closes; every UDP datagram gets it as one
+// datagram.
+#pragma once
+
+#include "services/datagram_reader.h"
+#include "services/service_host.h"
+#include "services/service_protocol.h"
+
+namespace cvl {
+
+class Clock;
+
+class DaytimeService final : public ServiceProtocol {
+public:
+    DaytimeService(ServiceHost& host, const Clock& clock);
+
+    void connectionAccepted(QTcpSocket& socket, int index) override;
+    void connectionReadyRead(QTcpSocket& socket, int) override;
+    void connectionBytesWritten(QTcpSocket&, int) override {}
+    void datagramsPending(QUdpSocket& socket) override;
+
+private:
+    [[nodiscard]] QString replyText() const;
+
+    ServiceHost& host_;
+    const Clock& clock_;
+    DatagramReader reader_;
+};
+
+} // namespace cvl

@@ -1,0 +1,28 @@
+// The Time protocol: four bytes of UTC seconds since 1900, most significant first. Over TCP
+// they go out as four one-byte writes before the connection closes; over UDP every datagram,
+// whatever it holds, is answered with four datagrams of one byte each.
+#pragma once
+
+#include "services/datagram_reader.h"
+#include "services/service_host.h"
+#include "services/service_protocol.h"
+
+namespace cvl {
+
+class TimeService final : public ServiceProtocol {
+public:
+    explicit TimeService(ServiceHost& host);
+
+    void connectionAccepted(QTcpSocket& socket, int index) override;
+    void connectionReadyRead(QTcpSocket& socket, int) override;
+    void connectionBytesWritten(QTcpSocket&, int) override {}
+    void datagramsPending(QUdpSocket& socket) override;
+
+private:
+    void SendNTP_UDP(QUdpSocket& socket, const Datagram& request);
+
+    ServiceHost& host_;
+    DatagramReader reader_;
+};
+
+} // namespace cvl
