@@ -4,9 +4,12 @@
 #include "platform/autostart.h"
 #include "platform/host_info.h"
 #include "services/daytime_service.h"
+#include "services/ntp_service.h"
+#include "sync/time_query.h"
 #include "services/time_service.h"
 #include "services/unix_time_service.h"
 
+#include <QRandomGenerator>
 #include <utility>
 
 namespace cvl {
@@ -20,7 +23,11 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , listeners_(new ServiceListeners(this))
     , timeService_(std::make_unique<TimeService>(*this))
     , daytimeService_(std::make_unique<DaytimeService>(*this, platform.clock))
-    , unixTimeService_(std::make_unique<UnixTimeService>(*this)) {
+    , unixTimeService_(std::make_unique<UnixTimeService>(*this))
+    , ntpService_(std::make_unique<NtpService>(*this))
+    , timeQuery_(new TimeQuery(platform.clock, timeBase_, this))
+    , syncTimer_(new QTimer(this))
+    , random_([] { return QRandomGenerator::global()->generateDouble(); }) {
     connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
     connect(listeners_, &ServiceListeners::clientShown, this, &CVL_Server::showClient);
     connect(listeners_, &ServiceListeners::lamp, this, &CVL_Server::light);
@@ -28,6 +35,23 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     listeners_->setProtocol(ServiceId::Time, timeService_.get());
     listeners_->setProtocol(ServiceId::Daytime, daytimeService_.get());
     listeners_->setProtocol(ServiceId::Unix, unixTimeService_.get());
+    listeners_->setProtocol(ServiceId::Ntp, ntpService_.get());
+
+    // The schedule counts on the event loop's monotonic timers, never on the wall clock that
+    // the server steps.
+    syncTimer_->setInterval(1000);
+    connect(syncTimer_, &QTimer::timeout, this, &CVL_Server::syncTick);
+    connect(timeQuery_, &TimeQuery::sendFailed, this, [this] {
+        GrabRandom();
+        schedule_.retryOnNextTick();
+    });
+    connect(timeQuery_, &TimeQuery::synchronised, this, [this] {
+        setTimeSynced();
+        setTipText(QLatin1Char(' ') + timeQuery_->SyncMessage() + QLatin1Char(' '));
+        emit syncMessageChanged(timeQuery_->SyncMessage());
+        emit checkingChanged(false);
+        StatusUp();
+    });
 }
 
 CVL_Server::~CVL_Server() {
@@ -49,8 +73,10 @@ void CVL_Server::start() {
 
     runAtStartup_ = platform_.autostart.exists();
     ReadCVLFile();
+    syncTimer_->start();
 
     updateStamp_ = platform_.clock.localNow();
+    setTipText(QStringLiteral("Chronvale Server ") + AppVersion() + QLatin1Char(' '));
     log_ = std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder(),
                                         AppVersion(), updateStamp_);
     // Every start logs, whatever the saved setting says; the setting only decides what the
@@ -60,6 +86,8 @@ void CVL_Server::start() {
     [[maybe_unused]] const auto second = timeBase_.GrabTime();
     log_->setIdentity(platform_.host.hostName(), platform_.host.userName(),
                       platform_.host.localAddress());
+
+    SyncTimeNow();
 }
 
 void CVL_Server::shutdown() {
@@ -67,6 +95,7 @@ void CVL_Server::shutdown() {
         return;
     }
     shutDown_ = true;
+    syncTimer_->stop();
     for (const ServiceId id : kTcpCloseOrder) {
         listeners_->closeTcpListener(id);
     }
@@ -107,9 +136,14 @@ void CVL_Server::readSettings() {
     if (!registry_.lastError().isEmpty()) {
         setStatusText(registry_.lastError());
     }
+    settingsRead_ = true;
 }
 
 void CVL_Server::writeSettings() {
+    // Settings never read in this run are not overwritten with the window's empty state.
+    if (!settingsRead_) {
+        return;
+    }
     // Failures here are not reported: the program is on its way out.
     const GeneralSetting general{sync_.randomCheck, sync_.syncN, sync_.syncUnit, regionCode_,
                                  ntpFirstByte_};

@@ -8,9 +8,13 @@
 #include "core/settings_values.h"
 #include "platform/clock.h"
 #include "services/service_host.h"
+#include "sync/server_list.h"
+#include "sync/sync_schedule.h"
 #include "timebase/time_base.h"
 
 #include <QObject>
+#include <QTimer>
+#include <functional>
 #include <array>
 #include <memory>
 
@@ -20,9 +24,11 @@ class Autostart;
 class DaytimeService;
 class HostInfo;
 class Launcher;
+class NtpService;
 class Prompter;
 class RequestLog;
 class SettingsStore;
+class TimeQuery;
 class TimeService;
 class TimeZone;
 class UnixTimeService;
@@ -85,6 +91,29 @@ public:
     // The request log's file for today (empty before start-up).
     [[nodiscard]] QString logFilePath() const;
 
+    // Synchronisation: the reference-server list, the schedule and the query.
+    void SyncTimeNow();
+    void GrabRandom();
+    // The operator picks entry `index` (0-based) of the server list.
+    void selectServer(int index);
+    [[nodiscard]] const ServerList& servers() const { return serverList_; }
+    [[nodiscard]] int selectedServer() const { return selectedServer_; }
+    [[nodiscard]] const QString& CurrentServer() const { return currentServer_; }
+    [[nodiscard]] const SyncSchedule& schedule() const { return schedule_; }
+    [[nodiscard]] const TimeQuery& timeQuery() const { return *timeQuery_; }
+    // Typing in the interval box: returns the text as the box keeps it.
+    QString syncNChanged(const QString& text);
+    void syncNEntered();
+    void syncUnitChosen(const QString& unit);
+    void setRandomCheck(bool on) { sync_.randomCheck = on; }
+    // One tick of the synchronisation timer.
+    void syncTick();
+    // The tray tip: a fixed 64-character field ending in a NUL.
+    [[nodiscard]] const QString& TipText() const { return tipText_; }
+    [[nodiscard]] int lastNtpMilliseconds() const { return lastNtpMs_; }
+    // Where the random choice draws from; tests make it predictable.
+    void setRandomSource(std::function<double()> source) { random_ = std::move(source); }
+
     // Settings held in memory.
     [[nodiscard]] const SyncControls& syncControls() const { return sync_; }
     [[nodiscard]] const QString& RegionCode() const { return regionCode_; }
@@ -97,7 +126,7 @@ public:
     void setOpenMinimized(bool on) { openMinimized_ = on; }
     void setEnableLogging(bool on);
     void setRunAtStartup(bool on);
-    void setRegionCode(const QString& code) { regionCode_ = code; }
+    void setRegionCode(const QString& code);
     void setUseJulian(bool on) { useJulian_ = on; }
 
     // What the services reach.
@@ -111,6 +140,12 @@ public:
     void showClient(int box, const QString& address) override;
     void light(Lamp lamp) override { emit lampLit(lamp); }
     void StatusUp() override { emit statusRefreshed(); }
+    [[nodiscard]] bool AwaitingReply() const override;
+    [[nodiscard]] bool isSyncAnswer(QByteArrayView datagram) const override;
+    void acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) override;
+    void syncDatagramFailed() override;
+    [[nodiscard]] NtpReference ntpReference() const override;
+    void noteNtpMilliseconds(int ms) override { lastNtpMs_ = ms; }
 
 signals:
     void statusTextChanged(const QString& text);
@@ -119,11 +154,20 @@ signals:
     void lampLit(cvl::Lamp lamp);
     void countersChanged(cvl::ServiceId id);
     void statusRefreshed();
+    void serversChanged();
+    void selectedServerChanged(int index);
+    void tipTextChanged(const QString& visibleTip);
+    void syncMessageChanged(const QString& message);
+    // The activity indicator: a query is being made.
+    void checkingChanged(bool checking);
 
 private:
     void setStatusText(const QString& text);
     void readSettings();
     void writeRunEntry();
+    void CalcIntC();
+    void setTipText(const QString& text);
+    [[nodiscard]] QString serverFilePath() const;
 
     Platform platform_;
     ServerOptions options_;
@@ -134,6 +178,16 @@ private:
     std::unique_ptr<TimeService> timeService_;
     std::unique_ptr<DaytimeService> daytimeService_;
     std::unique_ptr<UnixTimeService> unixTimeService_;
+    std::unique_ptr<NtpService> ntpService_;
+    TimeQuery* timeQuery_;
+    QTimer* syncTimer_;
+    ServerList serverList_;
+    SyncSchedule schedule_;
+    int selectedServer_ = -1;
+    QString currentServer_;
+    QString tipText_;
+    int lastNtpMs_ = 0;
+    std::function<double()> random_;
     QString statusText_;
     std::array<RemoteHost, 3> remoteHosts_;
     LocalDateTime updateStamp_;
@@ -146,6 +200,7 @@ private:
     bool useJulian_ = false;
     bool runAtStartup_ = false;
     bool runChanged_ = false;
+    bool settingsRead_ = false;
     bool started_ = false;
     bool shutDown_ = false;
 };

@@ -4,8 +4,11 @@
 
 #include "core/lamp.h"
 #include "core/service_table.h"
+#include "services/ntp_reply.h"
 #include "timebase/time_base.h"
 
+#include <QByteArrayView>
+#include <QHostAddress>
 #include <QString>
 
 namespace cvl {
@@ -31,6 +34,17 @@ public:
     virtual void showClient(int box, const QString& address) = 0;
     virtual void light(Lamp lamp) = 0;
     virtual void StatusUp() = 0;
+
+    // The NTP service shares its UDP socket with the synchronisation client: while a query is
+    // out, an answer that matches it is the client's, not a request to serve.
+    [[nodiscard]] virtual bool AwaitingReply() const = 0;
+    [[nodiscard]] virtual bool isSyncAnswer(QByteArrayView datagram) const = 0;
+    virtual void acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) = 0;
+    // A one-byte datagram while waiting: the query failed, try another server.
+    virtual void syncDatagramFailed() = 0;
+    [[nodiscard]] virtual NtpReference ntpReference() const = 0;
+    // The millisecond reading behind the last NTP transmit timestamp (status display).
+    virtual void noteNtpMilliseconds(int ms) = 0;
 };
 
 } // namespace cvl

@@ -1,0 +1,33 @@
+// NTP and SNTP: 48-byte requests answered with 48-byte replies over UDP and TCP; any other
+// length is logged as an error and not answered. Its UDP socket also carries the answers to
+// the server's own synchronisation queries, which are handed over instead of served.
+#pragma once
+
+#include "services/datagram_reader.h"
+#include "services/service_host.h"
+#include "services/service_protocol.h"
+
+namespace cvl {
+
+class NtpService final : public ServiceProtocol {
+public:
+    explicit NtpService(ServiceHost& host);
+
+    void connectionAccepted(QTcpSocket&, int) override {}
+    void connectionReadyRead(QTcpSocket& socket, int index) override;
+    void connectionBytesWritten(QTcpSocket& socket, int index) override;
+    void datagramsPending(QUdpSocket& socket) override;
+
+private:
+    void serveDatagram(QUdpSocket& socket, const Datagram& request);
+    // Builds the reply and sends it, on the connection when there is one, else to `to`.
+    void GrabTCP123(QByteArrayView request, const NtpTimestamp& receive, QTcpSocket* connection,
+                    QUdpSocket* socket, const QHostAddress& to, quint16 toPort);
+    void logError(qint64 size, int error, const QString& client, std::int16_t port,
+                  const QString& transport);
+
+    ServiceHost& host_;
+    DatagramReader reader_;
+};
+
+} // namespace cvl

@@ -1,0 +1,116 @@
+#include "sync/time_query.h"
+
+#include "core/leading_number.h"
+#include "core/peer_address.h"
+
+#include <QHostInfo>
+
+namespace cvl {
+
+TimeQuery::TimeQuery(Clock& clock, TimeBase& timeBase, QObject* parent)
+    : QObject(parent)
+    , clock_(clock)
+    , timeBase_(timeBase) {}
+
+TimeQuery::~TimeQuery() {
+    if (lookupId_ >= 0) {
+        QHostInfo::abortHostLookup(lookupId_);
+    }
+}
+
+void TimeQuery::send(QUdpSocket& socket, const QString& host, quint16 port) {
+    if (lookupId_ >= 0) {
+        QHostInfo::abortHostLookup(lookupId_); // a newer query replaces a pending one
+        lookupId_ = -1;
+    }
+    socket_ = &socket;
+    port_ = port;
+    const QHostAddress literal(host);
+    if (!literal.isNull()) {
+        transmit(literal);
+        return;
+    }
+    lookupId_ = QHostInfo::lookupHost(host, this, &TimeQuery::lookedUp);
+}
+
+void TimeQuery::lookedUp(const QHostInfo& info) {
+    if (info.lookupId() != lookupId_) {
+        return;
+    }
+    lookupId_ = -1;
+    // The reference identifier is an IPv4 address, so IPv4 is preferred.
+    QHostAddress chosen;
+    for (const QHostAddress& address : info.addresses()) {
+        if (address.protocol() == QAbstractSocket::IPv4Protocol) {
+            chosen = address;
+            break;
+        }
+        if (chosen.isNull()) {
+            chosen = address;
+        }
+    }
+    if (chosen.isNull()) {
+        emit sendFailed();
+        return;
+    }
+    transmit(chosen);
+}
+
+void TimeQuery::transmit(const QHostAddress& address) {
+    if (socket_.isNull()) {
+        emit sendFailed();
+        return;
+    }
+    std::array<char, 48> request{};
+    request[0] = 27; // leap indicator 0, version 3, mode 3 (client)
+    std::copy(requestStamp_.begin(), requestStamp_.end(), request.begin() + 40);
+
+    awaitingReply_ = true;
+    sendStamp_ = timeBase_.GrabTime().value_or(NtpTimestamp{});
+    sendTicks_ = static_cast<std::int32_t>(clock_.tickCountMs());
+    if (socket_->writeDatagram(request.data(), request.size(), address, port_) !=
+        qint64(request.size())) {
+        emit sendFailed();
+    }
+}
+
+bool TimeQuery::isAnswer(QByteArrayView datagram) const {
+    if (!awaitingReply_ || datagram.size() < 32) {
+        return false;
+    }
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(datagram.data());
+    return bytes[24] == requestStamp_[0] && bytes[27] == requestStamp_[3] &&
+           bytes[31] == requestStamp_[7];
+}
+
+void TimeQuery::accept(QByteArrayView answer, const QHostAddress& from) {
+    awaitingReply_ = false;
+    sendTicks_ = static_cast<std::int32_t>(clock_.tickCountMs() -
+                                           static_cast<std::uint32_t>(sendTicks_));
+    const double localSendMs = GoMilli(sendStamp_.data());
+    const double remoteMs = GoMilli(reinterpret_cast<const std::uint8_t*>(answer.data()) + 40);
+    lastOffsetMs_ = remoteMs - localSendMs;
+
+    const ClockSetting setting = clockSettingFor(remoteMs, sendTicks_);
+    // A refusal (no privilege, a field out of range) is not reported; the server still
+    // counts as synchronised.
+    clock_.setSystemTimeUtc(setting.utc);
+    syncMessage_ = adjustedMessage(lastOffsetMs_);
+    lastSyncTime_ = clock_.localNow();
+    if (const std::optional<NtpTimestamp> stamp = timeBase_.GrabTime()) {
+        lastSyncStamp_ = *stamp;
+    }
+    serverToolTip_ = syncToolTip(setting, syncMessage_);
+
+    refServerIP_ = addressText(from);
+    const QStringList parts = refServerIP_.split(QLatin1Char('.'));
+    for (std::size_t i = 0; i < refAddress_.size(); ++i) {
+        const qsizetype part = static_cast<qsizetype>(i);
+        refAddress_[i] = part < parts.size()
+                             ? static_cast<std::uint8_t>(leadingNumber(parts[part]))
+                             : std::uint8_t{0};
+    }
+    emit synchronised();
+}
+
+} // namespace cvl
