@@ -1,0 +1,80 @@
+#include "sync/sync_schedule.h"
+
+#include "core/leading_number.h"
+
+#include <cmath>
+#include <limits>
+
+namespace cvl {
+
+bool SyncSchedule::CalcIntC(const QString& syncNText, const QString& unitText) {
+    const std::optional<std::int32_t> every = roundToInt32(leadingNumber(syncNText));
+    if (!every) {
+        return false;
+    }
+    SyncEvery = *every;
+    const QStringView unit = QStringView(unitText).left(3);
+    std::int64_t secondsPerUnit = 86400;
+    if (unit == u"Sec") {
+        secondsPerUnit = 1;
+    } else if (unit == u"Min") {
+        secondsPerUnit = 60;
+    } else if (unit == u"Hou") {
+        secondsPerUnit = 3600;
+    }
+    const std::int64_t seconds = std::int64_t{SyncEvery} * secondsPerUnit;
+    if (seconds < std::numeric_limits<std::int32_t>::min() ||
+        seconds > std::numeric_limits<std::int32_t>::max()) {
+        return false;
+    }
+    SyncSeconds = static_cast<std::int32_t>(seconds);
+    return secondsPerUnit == 1;
+}
+
+bool SyncSchedule::tick() {
+    // A counter set to the largest interval by retryOnNextTick() must not wrap.
+    if (SyncCounter < std::numeric_limits<std::int32_t>::max()) {
+        ++SyncCounter;
+    }
+    if (SyncCounter < SyncSeconds) {
+        return false;
+    }
+    SyncCounter = 0;
+    return true;
+}
+
+void SyncSchedule::retrySoon() {
+    SyncCounter =
+        SyncSeconds > std::numeric_limits<std::int32_t>::min() ? SyncSeconds - 1 : SyncSeconds;
+}
+
+void SyncSchedule::CalcRandR(const QList<ServerEntry>& entries, const QString& RegionCode) {
+    PoolCount = 0;
+    for (qsizetype i = 0; i < entries.size() && PoolCount < maxServerHosts; ++i) {
+        if (QStringView(entries[i].text).right(2) == RegionCode) {
+            RandomPool[PoolCount++] = static_cast<int>(i + 1);
+        }
+    }
+}
+
+std::optional<int> SyncSchedule::GrabRandom(double r) const {
+    if (PoolCount < 1 || PoolCount > maxServerHosts) {
+        return std::nullopt;
+    }
+    // Rounding r x (n - 1) + 1 gives the ends half the share of the inner members; kept so
+    // that servers are asked as often as they always were.
+    const double pick = std::nearbyint(r * (PoolCount - 1) + 1);
+    if (!(pick >= 1 && pick <= PoolCount)) {
+        return std::nullopt;
+    }
+    return RandomPool[static_cast<std::size_t>(pick) - 1];
+}
+
+QString SyncSchedule::keepNumeric(const QString& syncNText) {
+    if (syncNText.isEmpty() || isNumericText(syncNText)) {
+        return syncNText;
+    }
+    return syncNText.chopped(1);
+}
+
+} // namespace cvl
