@@ -92,7 +92,9 @@ int main(int argc, char* argv[]) {
     options.updateHost = line.updateHost;
     options.updatePort = line.updatePort;
     cvl::CVL_Server server(platform, options);
+    // Headless, the status line and the synchronisation result are written out, a line each.
     QObject::connect(&server, &cvl::CVL_Server::statusTextChanged, &cvl::writeStderrLine);
+    QObject::connect(&server, &cvl::CVL_Server::syncMessageChanged, &cvl::writeStderrLine);
 
     cvl::TerminationSignals termination;
     QObject::connect(&termination, &cvl::TerminationSignals::terminationRequested, &app,

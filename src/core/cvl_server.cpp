@@ -5,9 +5,9 @@
 #include "platform/host_info.h"
 #include "services/daytime_service.h"
 #include "services/ntp_service.h"
-#include "sync/time_query.h"
 #include "services/time_service.h"
 #include "services/unix_time_service.h"
+#include "sync/time_query.h"
 
 #include <QRandomGenerator>
 #include <utility>
@@ -105,8 +105,26 @@ void CVL_Server::shutdown() {
     writeSettings();
 }
 
+QString CVL_Server::serverFilePath() const {
+    return platform_.host.programFolder() + QStringLiteral("/QBK_CVLS4.CVL");
+}
+
 void CVL_Server::ReadCVLFile() {
+    std::optional<ServerList> list = readServerFile(serverFilePath());
+    if (!list) {
+        // Without the list there is nothing to synchronise from; the settings wait too.
+        setStatusText(QStringLiteral("Reference-server file not found: ") + serverFilePath());
+        return;
+    }
+    serverList_ = std::move(*list);
+    selectedServer_ = -1;
+    emit serversChanged();
     readSettings();
+    CalcIntC();
+    schedule_.CalcRandR(serverList_.entries, regionCode_);
+    if (!serverList_.entries.isEmpty()) {
+        selectServer(0);
+    }
 }
 
 void CVL_Server::readSettings() {
@@ -211,6 +229,106 @@ void CVL_Server::setRunAtStartup(bool on) {
 
 void CVL_Server::setTimeSynced() {
     listeners_->setTimeSynced();
+}
+
+void CVL_Server::setRegionCode(const QString& code) {
+    regionCode_ = code;
+    schedule_.CalcRandR(serverList_.entries, regionCode_);
+}
+
+void CVL_Server::CalcIntC() {
+    if (schedule_.CalcIntC(sync_.syncN, sync_.syncUnit) && syncTimer_->isActive()) {
+        syncTimer_->start(); // restarts the one-second count
+    }
+}
+
+QString CVL_Server::syncNChanged(const QString& text) {
+    sync_.syncN = SyncSchedule::keepNumeric(text);
+    return sync_.syncN;
+}
+
+void CVL_Server::syncNEntered() {
+    CalcIntC();
+}
+
+void CVL_Server::syncUnitChosen(const QString& unit) {
+    sync_.syncUnit = unit;
+    CalcIntC();
+}
+
+void CVL_Server::syncTick() {
+    if (schedule_.tick()) {
+        SyncTimeNow();
+    }
+    StatusUp();
+}
+
+void CVL_Server::selectServer(int index) {
+    if (index < 0 || index >= serverList_.entries.size()) {
+        return;
+    }
+    selectedServer_ = index;
+    // Box position and host index agree only in a well-formed file; the host is taken by
+    // position all the same.
+    const std::size_t host = static_cast<std::size_t>(index) + 1;
+    currentServer_ =
+        host < serverList_.ServerHosts.size() ? serverList_.ServerHosts[host] : QString();
+    emit selectedServerChanged(index);
+}
+
+void CVL_Server::GrabRandom() {
+    if (const std::optional<int> position = schedule_.GrabRandom(random_())) {
+        selectServer(*position - 1);
+    }
+}
+
+void CVL_Server::SyncTimeNow() {
+    // With no list, or no server in the operator's region, nothing is asked; deliberate,
+    // even when a server was picked by hand.
+    if (serverList_.entries.isEmpty() || schedule_.PoolCount == 0) {
+        return;
+    }
+    if (sync_.randomCheck) {
+        GrabRandom();
+    }
+    if (currentServer_.isEmpty()) {
+        currentServer_ = serverList_.ServerHosts[1];
+    }
+    timeQuery_->send(listeners_->udpSocket(ServiceId::Ntp), currentServer_.trimmed(),
+                     options_.referencePort);
+    const QString selected =
+        selectedServer_ >= 0 ? serverList_.entries[selectedServer_].text : QString();
+    setTipText(QStringLiteral(" Checking Time Server: ") + selected + QLatin1Char(' '));
+    emit checkingChanged(true);
+}
+
+void CVL_Server::setTipText(const QString& text) {
+    tipText_ = tipText(text);
+    emit tipTextChanged(visibleTip(tipText_));
+}
+
+bool CVL_Server::AwaitingReply() const {
+    return timeQuery_->AwaitingReply();
+}
+
+bool CVL_Server::isSyncAnswer(QByteArrayView datagram) const {
+    return timeQuery_->isAnswer(datagram);
+}
+
+void CVL_Server::acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) {
+    // Our own answer is not traffic served.
+    listeners_->udpRequests(ServiceId::Ntp).decrement();
+    timeQuery_->accept(answer, from);
+}
+
+void CVL_Server::syncDatagramFailed() {
+    GrabRandom();
+    schedule_.retrySoon();
+}
+
+NtpReference CVL_Server::ntpReference() const {
+    return {static_cast<std::uint8_t>(ntpFirstByte_), timeQuery_->RefAddress(),
+            timeQuery_->LastSyncStamp()};
 }
 
 void CVL_Server::setStatusText(const QString& text) {

@@ -14,8 +14,8 @@
 
 #include <QObject>
 #include <QTimer>
-#include <functional>
 #include <array>
+#include <functional>
 #include <memory>
 
 namespace cvl {

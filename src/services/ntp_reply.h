@@ -17,9 +17,9 @@ using NtpPacket = std::array<std::uint8_t, kNtpPacketSize>;
 
 // What a reply carries of the server's own state.
 struct NtpReference {
-    std::uint8_t firstByte = 36;                // leap indicator, version, mode
-    std::array<std::uint8_t, 4> identifier{};   // the reference server's IPv4 address
-    NtpTimestamp stamp{};                       // when the clock was last set
+    std::uint8_t firstByte = 36;              // leap indicator, version, mode
+    std::array<std::uint8_t, 4> identifier{}; // the reference server's IPv4 address
+    NtpTimestamp stamp{};                     // when the clock was last set
 };
 
 // `request` must hold 48 bytes.

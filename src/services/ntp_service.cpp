@@ -94,8 +94,8 @@ void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
         }
         return;
     }
-    if (host_.TimeSynced() && socket->writeDatagram(data, kNtpPacketSize, to, toPort) ==
-                                  kNtpPacketSize) {
+    if (host_.TimeSynced() &&
+        socket->writeDatagram(data, kNtpPacketSize, to, toPort) == kNtpPacketSize) {
         host_.StatusUp();
     }
 }

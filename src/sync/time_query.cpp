@@ -85,8 +85,8 @@ bool TimeQuery::isAnswer(QByteArrayView datagram) const {
 
 void TimeQuery::accept(QByteArrayView answer, const QHostAddress& from) {
     awaitingReply_ = false;
-    sendTicks_ = static_cast<std::int32_t>(clock_.tickCountMs() -
-                                           static_cast<std::uint32_t>(sendTicks_));
+    sendTicks_ =
+        static_cast<std::int32_t>(clock_.tickCountMs() - static_cast<std::uint32_t>(sendTicks_));
     const double localSendMs = GoMilli(sendStamp_.data());
     const double remoteMs = GoMilli(reinterpret_cast<const std::uint8_t*>(answer.data()) + 40);
     lastOffsetMs_ = remoteMs - localSendMs;
@@ -106,9 +106,8 @@ void TimeQuery::accept(QByteArrayView answer, const QHostAddress& from) {
     const QStringList parts = refServerIP_.split(QLatin1Char('.'));
     for (std::size_t i = 0; i < refAddress_.size(); ++i) {
         const qsizetype part = static_cast<qsizetype>(i);
-        refAddress_[i] = part < parts.size()
-                             ? static_cast<std::uint8_t>(leadingNumber(parts[part]))
-                             : std::uint8_t{0};
+        refAddress_[i] = part < parts.size() ? static_cast<std::uint8_t>(leadingNumber(parts[part]))
+                                             : std::uint8_t{0};
     }
     emit synchronised();
 }

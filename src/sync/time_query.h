@@ -10,6 +10,7 @@
 
 #include <QByteArrayView>
 #include <QHostAddress>
+#include <QHostInfo>
 #include <QObject>
 #include <QPointer>
 #include <QUdpSocket>

@@ -10,7 +10,9 @@ using test::ServerRig;
 
 namespace {
 
-void putServices(test::MemorySettingsStore& store, quint16 port) {
+void putServices(test::ServerRig& rig, quint16 port) {
+    rig.writeServerFile();
+    test::MemorySettingsStore& store = rig.store;
     const QString p = QString::number(port);
     store.putHome(QStringLiteral("NTP37"), "YES:YES:YES:" + p);
     store.putHome(QStringLiteral("SNTP123"), "NO:YES:YES:123");
@@ -28,6 +30,7 @@ private slots:
         ServerRig rig;
         // Writes fail, so the defaults are only attempted and no privileged port is opened.
         rig.store.failWrites = ERROR_ACCESS_DENIED;
+        rig.writeServerFile();
         rig.server().start();
         QCOMPARE(rig.store.journal,
                  QStringList({"set Settings=YES:59:Minutes/s:NA:36", "set NTP37=YES:YES:YES:37",
@@ -38,7 +41,7 @@ private slots:
     void startReadsAndShutdownWritesBackInOrder() {
         ServerRig rig;
         const quint16 port = test::freePort();
-        putServices(rig.store, port);
+        putServices(rig, port);
         rig.store.putHome(QStringLiteral("Settings"), QStringLiteral("NO:5:Second/s:EU:28"));
         rig.store.putHome(QStringLiteral("EnableLogging"), QStringLiteral("NO"));
         rig.store.putHome(QStringLiteral("OpenMinimized"), QStringLiteral("YES"));
@@ -84,7 +87,7 @@ private slots:
         QFETCH(bool, entryAtStart);
         QFETCH(int, click);
         ServerRig rig;
-        putServices(rig.store, test::freePort());
+        putServices(rig, test::freePort());
         rig.autostart.present = entryAtStart;
         rig.server().start();
         QCOMPARE(rig.server().RunAtStartup(), entryAtStart);
@@ -101,7 +104,7 @@ private slots:
 
     void loggingSwitchedOffInMemory() {
         ServerRig rig;
-        putServices(rig.store, test::freePort());
+        putServices(rig, test::freePort());
         rig.server().start();
         rig.server().setEnableLogging(false);
         QVERIFY(!rig.server().LogEnabled());

@@ -11,6 +11,7 @@
 #include "fake_time_zone.h"
 #include "memory_settings_store.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <memory>
 
@@ -18,6 +19,18 @@ namespace cvl::test {
 
 struct ServerRig {
     ServerRig() { host.folder = folder.path(); }
+
+    // The reference-server list in the program folder: five header lines, then the entries.
+    void writeServerFile(const QStringList& entries = {
+                             QStringLiteral("127.0.0.1:::Loopback NA:::2:::")}) {
+        QFile file(folder.filePath(QStringLiteral("QBK_CVLS4.CVL")));
+        if (file.open(QIODevice::WriteOnly)) {
+            file.write("h1\r\nh2\r\nh3\r\nh4\r\nh5\r\n");
+            for (const QString& entry : entries) {
+                file.write(entry.toUtf8() + "\r\n");
+            }
+        }
+    }
 
     CVL_Server& server() {
         if (!instance) {

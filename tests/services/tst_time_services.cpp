@@ -47,6 +47,7 @@ private slots:
         rig->store.putHome("DTS13", QString("YES:YES:YES:%1").arg(daytimePort));
         rig->store.putHome("SNTP123", "NO:YES:YES:123");
         rig->store.putHome("CVL3777", "NO:YES:NO:3777");
+        rig->writeServerFile();
         rig->server().start();
     }
     void cleanup() { rig.reset(); }

@@ -19,15 +19,6 @@ namespace {
 constexpr quint32 kReferenceSeconds = 3281904010u;
 constexpr quint32 kQuarterSecond = 0x40000000u;
 
-void writeServerFile(const QString& folder, const QStringList& entries) {
-    QFile file(folder + QStringLiteral("/QBK_CVLS4.CVL"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("h1\r\nh2\r\nh3\r\nh4\r\nh5\r\n");
-    for (const QString& entry : entries) {
-        file.write(entry.toUtf8() + "\r\n");
-    }
-}
-
 QByteArray clientRequest(quint8 byte24) {
     QByteArray request(48, '\0');
     request[0] = 0x23; // version 4, client
@@ -53,7 +44,7 @@ class TestSynchronisation : public QObject {
         reference->answerWith(kReferenceSeconds, kQuarterSecond);
         rig->options.referencePort = reference->port();
         ntpPort = test::freePort();
-        writeServerFile(rig->folder.path(), entries);
+        rig->writeServerFile(entries);
         rig->store.putHome("Settings", "NO:30:Second/s:" + region + ":36");
         rig->store.putHome("SNTP123", QString("YES:YES:YES:%1").arg(ntpPort));
         rig->server().start();
@@ -73,8 +64,9 @@ private slots:
         QCOMPARE(rig->clock.setCalls.size(), std::size_t{1});
         // The fake ticks stand still: no round trip, so 00:00:10 and 250 ms exactly.
         QCOMPARE(rig->clock.setCalls[0], (SystemTime{2004, 1, 0, 1, 0, 0, 10, 250}));
-        QVERIFY(server.timeQuery().SyncMessage().startsWith("Adjusted by: 10191.87"));
-        QVERIFY(server.timeQuery().SyncMessage().endsWith(" ms.  CVL Server is Synchronized."));
+        // The send stamp was taken at 00:00:00.000, whose fraction is never zero.
+        QCOMPARE(server.timeQuery().SyncMessage(),
+                 QStringLiteral("Adjusted by: 10187.9716796875 ms.  CVL Server is Synchronized."));
         QCOMPARE(server.TipText().size(), 64);
         QCOMPARE(server.listeners().udpRequests(ServiceId::Ntp).value(), 0);
 
@@ -84,7 +76,8 @@ private slots:
         QCOMPARE(reply.size(), 48);
         QCOMPARE(reply.left(16).toHex(), QByteArray("240204ef0000004f000002a17f000001"));
         QCOMPARE(reply.mid(16, 8),
-                 QByteArray(reinterpret_cast<const char*>(server.timeQuery().LastSyncStamp().data()), 8));
+                 QByteArray(
+                     reinterpret_cast<const char*>(server.timeQuery().LastSyncStamp().data()), 8));
         QCOMPARE(reply.mid(24, 8), clientRequest(0).mid(40, 8)); // transmit stamp echoed
         QCOMPARE(reply.mid(32, 4).toHex(), QByteArray("c39de180"));
         QCOMPARE(udpExchange(ntpPort, clientRequest(9), 1).first().mid(24, 8),
@@ -113,7 +106,7 @@ private slots:
         reference->holding = true;
         rig->options.referencePort = reference->port();
         ntpPort = test::freePort();
-        writeServerFile(rig->folder.path(), {"127.0.0.1:::Loopback EU:::2:::"});
+        rig->writeServerFile({"127.0.0.1:::Loopback EU:::2:::"});
         rig->store.putHome("Settings", "NO:30:Second/s:EU:36");
         rig->store.putHome("SNTP123", QString("YES:YES:YES:%1").arg(ntpPort));
         rig->server().start();
@@ -142,8 +135,13 @@ private slots:
     }
 
     void failedSendRetriesOnNextTick() {
-        // The kernel refuses a broadcast from a socket not allowed to send one.
-        startWith({"255.255.255.255:::Nowhere EU:::2:::"});
+        // The kernel refuses a datagram to port 0.
+        rig = std::make_unique<test::ServerRig>();
+        rig->options.referencePort = 0;
+        rig->writeServerFile({"127.0.0.1:::Loopback EU:::2:::"});
+        rig->store.putHome("Settings", "NO:30:Second/s:EU:36");
+        rig->store.putHome("SNTP123", QString("YES:YES:YES:%1").arg(test::freePort()));
+        rig->server().start();
         QCOMPARE(rig->server().schedule().SyncCounter, rig->server().schedule().SyncSeconds);
         rig->server().syncTick();
         QCOMPARE(rig->server().schedule().SyncCounter, rig->server().schedule().SyncSeconds);

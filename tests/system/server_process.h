@@ -2,6 +2,8 @@
 // with its settings, data and desktop folders inside a temporary directory.
 #pragma once
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
@@ -34,6 +36,18 @@ public:
         return {QStringLiteral("--headless"), QStringLiteral("--no-set-clock"),
                 QStringLiteral("--settings"), settingsPath(),
                 QStringLiteral("--data-dir"), dataDir()};
+    }
+
+    // The reference-server list in the data folder.
+    void writeServerFile(const QStringList& entries) {
+        QDir().mkpath(dataDir());
+        QFile file(dataDir() + QStringLiteral("/QBK_CVLS4.CVL"));
+        if (file.open(QIODevice::WriteOnly)) {
+            file.write("h1\r\nh2\r\nh3\r\nh4\r\nh5\r\n");
+            for (const QString& entry : entries) {
+                file.write(entry.toUtf8() + "\r\n");
+            }
+        }
     }
 
     void start(const QStringList& extra = {}) {

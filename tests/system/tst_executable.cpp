@@ -28,7 +28,9 @@ private slots:
             ini.setValue("CVL3777", "NO:YES:NO:3777");
             ini.setValue("Settings", "NO:30:Second/s:EU:36");
         }
-        server.start();
+        // A reference nobody answers at: the server stays unsynchronised.
+        server.writeServerFile({QStringLiteral("127.0.0.1:::Loopback EU:::2:::")});
+        server.start({QStringLiteral("--reference-port"), QString::number(test::freePort())});
         QVERIFY(server.process.waitForStarted(5000));
         QTRY_VERIFY_WITH_TIMEOUT(kernelHasSocket(true, unixPort), 5000);
         QVERIFY(kernelHasSocket(true, timePort));

@@ -2,7 +2,6 @@
 
 #include <QHostInfo>
 #include <QNetworkInterface>
-#include <QNetworkInterface>
 #include <pwd.h>
 #include <unistd.h>
 #include <utility>
