@@ -3,6 +3,7 @@
 #include "core/leading_number.h"
 #include "core/peer_address.h"
 #include "core/settings_values.h"
+#include "platform/pending_connections.h"
 
 #include <unistd.h>
 
@@ -137,8 +138,11 @@ void ServiceListeners::setTimeSynced() {
     }
     timeSynced_ = true;
     for (Service& service : services_) {
-        if (service.tcp->listener().isListening()) {
-            service.tcp->listener().resumeAccepting();
+        TcpListener& listener = service.tcp->listener();
+        if (listener.isListening()) {
+            // Whoever asked before the clock was set is not answered now either.
+            discardPendingConnections(listener.socketDescriptor());
+            listener.resumeAccepting();
         }
     }
 }

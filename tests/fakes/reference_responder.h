@@ -11,8 +11,8 @@ namespace cvl::test {
 
 class ReferenceResponder {
 public:
-    ReferenceResponder() {
-        socket.bind(QHostAddress::LocalHost, 0);
+    explicit ReferenceResponder(quint16 port = 0) {
+        socket.bind(QHostAddress::LocalHost, port);
         QObject::connect(&socket, &QUdpSocket::readyRead, [this] { drain(); });
     }
 
