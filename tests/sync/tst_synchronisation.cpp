@@ -7,7 +7,9 @@
 #include "sync/time_query.h"
 #include "test_ports.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QTest>
 
 using namespace cvl;
@@ -122,6 +124,40 @@ private slots:
 
         reference->release();
         QTRY_VERIFY(rig->server().TimeSynced());
+        QCOMPARE(udpExchange(ntpPort, clientRequest(9), 1).size(), 1);
+    }
+
+    void hostileDatagramsAndForgedAnswers() {
+        startWith({"127.0.0.1:::Loopback EU:::2:::"});
+        QTRY_VERIFY(rig->server().TimeSynced());
+        rig->server().SyncTimeNow(); // a query is pending again: forged answers get their chance
+        reference->holding = true;
+        QRandomGenerator random(7);
+        QUdpSocket attacker;
+        const auto spray = [&](const QByteArray& datagram) {
+            attacker.writeDatagram(datagram, QHostAddress::LocalHost, ntpPort);
+            QCoreApplication::processEvents();
+        };
+        QByteArray noise(65507, '\0');
+        random.fillRange(reinterpret_cast<quint32*>(noise.data()), noise.size() / 4);
+        for (int length = 0; length <= 1600; ++length) {
+            spray(noise.left(length));
+        }
+        for (int length = 1601; length <= 65507; length += 4093) {
+            spray(noise.left(length));
+        }
+        spray(noise.left(65507));
+        for (int i = 0; i < 2000; ++i) {
+            QByteArray forged = noise.mid(i * 13, 48);
+            if (i % 2 == 0) { // half of them pass the three-byte test
+                forged[24] = forged[27] = forged[31] = '\0';
+            }
+            spray(forged);
+        }
+        QTest::qWait(200);
+        // One query, so at most one answer is taken: the clock was set twice in all.
+        QCOMPARE(rig->clock.setCalls.size(), std::size_t{2});
+        QVERIFY(!rig->server().AwaitingReply());
         QCOMPARE(udpExchange(ntpPort, clientRequest(9), 1).size(), 1);
     }
 
