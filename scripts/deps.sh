@@ -3,7 +3,7 @@
 # Test peers are installed without starting any daemon they bring along.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ qt6-base-dev)
+packages=(cmake ninja-build g++ qt6-base-dev qt6-qpa-plugins)
 if [[ "${1:-}" == "--test" ]]; then
   packages+=(chrony rdate ntpsec-ntpdig socat util-linux iproute2)
 fi
