@@ -1,5 +1,6 @@
-// chronvale-server: builds the platform adapters, the controller and its front-end, and runs
-// the event loop until the window closes or SIGINT/SIGTERM arrives.
+// chronvale-server: builds the platform adapters, the controller and its front-end (a window
+// and tray icon, or none when headless), and runs the event loop until the window closes or
+// SIGINT/SIGTERM arrives.
 #include "app/command_line.h"
 #include "core/cvl_server.h"
 #include "platform/linux/ini_settings_store.h"
@@ -11,11 +12,13 @@
 #include "platform/linux/xdg_autostart.h"
 #include "platform/single_instance.h"
 #include "platform/stderr_prompter.h"
+#include "ui/desktop_front_end.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -27,6 +30,12 @@ QString execLine(const QStringList& words) {
                                                    : word);
     }
     return quoted.join(QLatin1Char(' '));
+}
+
+bool displayAvailable() {
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
 
 } // namespace
@@ -52,7 +61,14 @@ int main(int argc, char* argv[]) {
         return 0;
     }
 
-    QCoreApplication app(argc, argv);
+    const bool headless = line.headless || !displayAvailable();
+    std::unique_ptr<QCoreApplication> app;
+    if (headless) {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QApplication>(argc, argv);
+        QApplication::setQuitOnLastWindowClosed(false); // the tray icon keeps it running
+    }
     QCoreApplication::setApplicationName(QStringLiteral("chronvale-server"));
     QCoreApplication::setApplicationVersion(cvl::CVL_Server::AppVersion());
 
@@ -83,8 +99,11 @@ int main(int argc, char* argv[]) {
     cvl::IniSettingsStore settings(settingsPath);
     cvl::XdgAutostart autostart(cvl::xdgConfigHome());
     cvl::SystemHostInfo host(programFolder, execLine(command));
-    cvl::StderrPrompter prompter;
+    cvl::StderrPrompter stderrPrompter;
+    cvl::DesktopPrompter desktopPrompter;
     cvl::SystemLauncher launcher;
+    cvl::Prompter& prompter = headless ? static_cast<cvl::Prompter&>(stderrPrompter)
+                                       : static_cast<cvl::Prompter&>(desktopPrompter);
     const cvl::Platform platform{clock, timeZone, settings, autostart, host, prompter, launcher};
 
     cvl::ServerOptions options;
@@ -92,16 +111,24 @@ int main(int argc, char* argv[]) {
     options.updateHost = line.updateHost;
     options.updatePort = line.updatePort;
     cvl::CVL_Server server(platform, options);
-    // Headless, the status line and the synchronisation result are written out, a line each.
-    QObject::connect(&server, &cvl::CVL_Server::statusTextChanged, &cvl::writeStderrLine);
-    QObject::connect(&server, &cvl::CVL_Server::syncMessageChanged, &cvl::writeStderrLine);
 
     cvl::TerminationSignals termination;
-    QObject::connect(&termination, &cvl::TerminationSignals::terminationRequested, &app,
+    QObject::connect(&termination, &cvl::TerminationSignals::terminationRequested, app.get(),
                      &QCoreApplication::quit);
 
-    server.start();
+    std::unique_ptr<cvl::DesktopFrontEnd> frontEnd;
+    if (headless) {
+        // The status line and the synchronisation result go to standard error, a line each.
+        QObject::connect(&server, &cvl::CVL_Server::statusTextChanged, &cvl::writeStderrLine);
+        QObject::connect(&server, &cvl::CVL_Server::syncMessageChanged, &cvl::writeStderrLine);
+        server.start();
+    } else {
+        frontEnd = std::make_unique<cvl::DesktopFrontEnd>(server, desktopPrompter);
+        server.start([&] { frontEnd->startUp(line.startHidden); });
+    }
+
     const int status = QCoreApplication::exec();
     server.shutdown();
+    frontEnd.reset();
     return status;
 }

@@ -3,6 +3,7 @@
 #include "log/request_log.h"
 #include "platform/autostart.h"
 #include "platform/host_info.h"
+#include "platform/launcher.h"
 #include "services/daytime_service.h"
 #include "services/ntp_service.h"
 #include "services/time_service.h"
@@ -27,7 +28,8 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , ntpService_(std::make_unique<NtpService>(*this))
     , timeQuery_(new TimeQuery(platform.clock, timeBase_, this))
     , syncTimer_(new QTimer(this))
-    , random_([] { return QRandomGenerator::global()->generateDouble(); }) {
+    , random_([] { return QRandomGenerator::global()->generateDouble(); })
+    , windowCaption_(windowTitle()) {
     connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
     connect(listeners_, &ServiceListeners::clientShown, this, &CVL_Server::showClient);
     connect(listeners_, &ServiceListeners::lamp, this, &CVL_Server::light);
@@ -58,6 +60,27 @@ CVL_Server::~CVL_Server() {
     shutdown();
 }
 
+QString CVL_Server::windowTitle() { return QStringLiteral("Chronvale Server ") + AppVersion(); }
+
+void CVL_Server::setWindowCaption(const QString& caption) {
+    windowCaption_ = caption;
+    emit windowCaptionChanged(caption);
+}
+
+void CVL_Server::setCheckUpdateEnabled(bool enabled) {
+    checkUpdateEnabled_ = enabled;
+    emit checkUpdateEnabledChanged(enabled);
+}
+
+void CVL_Server::checkForUpdates() {
+    setCheckUpdateEnabled(false);
+    // The update check itself arrives separately; until then the button comes back at once.
+    setStatusText(QStringLiteral("Update check is not available in this build."));
+    setCheckUpdateEnabled(true);
+}
+
+void CVL_Server::openDateTimeSettings() { platform_.launcher.openDateTimeSettings(); }
+
 QString CVL_Server::AppVersion() {
     return QStringLiteral("%1.%2.%3")
         .arg(CHRONVALE_VERSION_MAJOR)
@@ -65,7 +88,7 @@ QString CVL_Server::AppVersion() {
         .arg(CHRONVALE_VERSION_PATCH);
 }
 
-void CVL_Server::start() {
+void CVL_Server::start(const std::function<void()>& beforeFirstSync) {
     started_ = true;
     // A first reading of the clock, and the zone's name for the display.
     [[maybe_unused]] const auto first = timeBase_.GrabTime();
@@ -76,7 +99,7 @@ void CVL_Server::start() {
     syncTimer_->start();
 
     updateStamp_ = platform_.clock.localNow();
-    setTipText(QStringLiteral("Chronvale Server ") + AppVersion() + QLatin1Char(' '));
+    setTipText(windowTitle() + QLatin1Char(' '));
     log_ = std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder(),
                                         AppVersion(), updateStamp_);
     // Every start logs, whatever the saved setting says; the setting only decides what the
@@ -87,6 +110,9 @@ void CVL_Server::start() {
     log_->setIdentity(platform_.host.hostName(), platform_.host.userName(),
                       platform_.host.localAddress());
 
+    if (beforeFirstSync) {
+        beforeFirstSync();
+    }
     SyncTimeNow();
 }
 

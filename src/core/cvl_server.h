@@ -71,8 +71,9 @@ public:
     ~CVL_Server() override;
 
     // Start-up and shutdown, in their fixed orders. The check for another running copy is
-    // made before the server is built.
-    void start();
+    // made before the server is built. A window does its own start-up steps (hiding itself,
+    // showing the overview) in `beforeFirstSync`, just before the first synchronisation.
+    void start(const std::function<void()>& beforeFirstSync = {});
     void shutdown();
 
     // Reads the settings, opening the listeners they enable.
@@ -85,6 +86,19 @@ public:
     void setTimeSynced();
 
     [[nodiscard]] static QString AppVersion();
+    // The window's fixed title, and its caption as it reads now.
+    [[nodiscard]] static QString windowTitle();
+    [[nodiscard]] const QString& windowCaption() const { return windowCaption_; }
+    void setWindowCaption(const QString& caption);
+    [[nodiscard]] LocalDateTime localNow() const { return platform_.clock.localNow(); }
+    // The configuration dialog's update button; it lives here so that a check outlives the
+    // dialog that started it.
+    [[nodiscard]] bool checkUpdateEnabled() const { return checkUpdateEnabled_; }
+    void setCheckUpdateEnabled(bool enabled);
+    // The operator asks for an update check (the dialog's button).
+    void checkForUpdates();
+    // The desktop's date-and-time settings; a failure to start them is not reported.
+    void openDateTimeSettings();
     [[nodiscard]] const QString& statusText() const { return statusText_; }
     [[nodiscard]] const RemoteHost& remoteHost(int box) const { return remoteHosts_.at(box); }
     [[nodiscard]] const LocalDateTime& UpdateStamp() const { return updateStamp_; }
@@ -160,6 +174,8 @@ signals:
     void syncMessageChanged(const QString& message);
     // The activity indicator: a query is being made.
     void checkingChanged(bool checking);
+    void windowCaptionChanged(const QString& caption);
+    void checkUpdateEnabledChanged(bool enabled);
 
 private:
     void setStatusText(const QString& text);
@@ -188,6 +204,8 @@ private:
     QString tipText_;
     int lastNtpMs_ = 0;
     std::function<double()> random_;
+    QString windowCaption_;
+    bool checkUpdateEnabled_ = true;
     QString statusText_;
     std::array<RemoteHost, 3> remoteHosts_;
     LocalDateTime updateStamp_;

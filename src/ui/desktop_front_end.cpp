@@ -1,0 +1,56 @@
+#include "ui/desktop_front_end.h"
+
+#include "core/cvl_server.h"
+#include "ui/config_dialog.h"
+#include "ui/server_window.h"
+
+#include <QMessageBox>
+
+namespace cvl {
+
+bool DesktopPrompter::askYesNo(PromptOwner owner, const QString& caption, const QString& text) {
+    QMessageBox box(QMessageBox::Information, caption, text, QMessageBox::Yes | QMessageBox::No,
+                    owners ? owners(owner) : nullptr);
+    return box.exec() == QMessageBox::Yes;
+}
+
+void DesktopPrompter::inform(PromptOwner owner, const QString& caption, const QString& text) {
+    QMessageBox box(QMessageBox::Warning, caption, text, QMessageBox::Ok,
+                    owners ? owners(owner) : nullptr);
+    box.exec();
+}
+
+DesktopFrontEnd::DesktopFrontEnd(CVL_Server& server, DesktopPrompter& prompter)
+    : server_(server)
+    , prompter_(prompter)
+    , window_(std::make_unique<ServerWindow>(server)) {
+    QObject::connect(window_.get(), &ServerWindow::configurationRequested, window_.get(),
+                     [this] { configDialog(); });
+    prompter_.owners = [this](PromptOwner owner) -> QWidget* {
+        if (owner == PromptOwner::ConfigDialog && !dialog_.isNull()) {
+            return dialog_.data();
+        }
+        return window_.get();
+    };
+}
+
+DesktopFrontEnd::~DesktopFrontEnd() {
+    prompter_.owners = nullptr;
+    delete dialog_.data();
+}
+
+void DesktopFrontEnd::startUp(bool hidden) {
+    window_->startUp(hidden);
+}
+
+CVL_ConfigSVR& DesktopFrontEnd::configDialog() {
+    if (dialog_.isNull()) {
+        dialog_ = new CVL_ConfigSVR(server_, window_.get());
+    }
+    dialog_->show();
+    dialog_->raise();
+    dialog_->activateWindow();
+    return *dialog_;
+}
+
+} // namespace cvl

@@ -1,0 +1,46 @@
+// The desktop face of the server: the main window with its tray icon, the configuration
+// dialog (one at a time, made afresh when it was closed) and message boxes owned by them.
+#pragma once
+
+#include "platform/prompter.h"
+
+#include <QPointer>
+#include <memory>
+
+class QWidget;
+
+namespace cvl {
+
+class CVL_Server;
+class ServerWindow;
+class CVL_ConfigSVR;
+
+// Message boxes owned by the window named; until the front end exists, by none.
+class DesktopPrompter final : public Prompter {
+public:
+    [[nodiscard]] bool askYesNo(PromptOwner owner, const QString& caption,
+                                const QString& text) override;
+    void inform(PromptOwner owner, const QString& caption, const QString& text) override;
+    std::function<QWidget*(PromptOwner)> owners;
+};
+
+class DesktopFrontEnd {
+public:
+    DesktopFrontEnd(CVL_Server& server, DesktopPrompter& prompter);
+    ~DesktopFrontEnd();
+
+    // The window's start-up steps; `hidden` when started with "-rs".
+    void startUp(bool hidden);
+    [[nodiscard]] ServerWindow& window() { return *window_; }
+    // The configuration dialog, created (and shown) when it is not open.
+    CVL_ConfigSVR& configDialog();
+    [[nodiscard]] bool configDialogOpen() const { return !dialog_.isNull(); }
+
+private:
+    CVL_Server& server_;
+    DesktopPrompter& prompter_;
+    std::unique_ptr<ServerWindow> window_;
+    QPointer<CVL_ConfigSVR> dialog_;
+};
+
+} // namespace cvl

@@ -1,0 +1,137 @@
+#include "ui/service_page.h"
+
+#include "core/cvl_server.h"
+
+#include <QCheckBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QVBoxLayout>
+
+namespace cvl {
+
+QString serviceName(ServiceId id) {
+    switch (id) {
+    case ServiceId::Daytime:
+        return QObject::tr("Daytime");
+    case ServiceId::Time:
+        return QObject::tr("Time");
+    case ServiceId::Ntp:
+        return QObject::tr("NTP / SNTP");
+    case ServiceId::Unix:
+        return QObject::tr("Unix time");
+    case ServiceId::Client:
+        return QObject::tr("Client protocol");
+    }
+    return {};
+}
+
+QString serviceDescription(ServiceId id) {
+    switch (id) {
+    case ServiceId::Daytime:
+        return QObject::tr("Answers with one line of local date and time and the zone's name.");
+    case ServiceId::Time:
+        return QObject::tr("Answers with four bytes: UTC seconds since 1900.");
+    case ServiceId::Ntp:
+        return QObject::tr(
+            "Answers 48-byte NTP and SNTP requests; its UDP socket also carries this "
+            "server's own queries to its reference server.");
+    case ServiceId::Unix:
+        return QObject::tr("Answers with four bytes: UTC seconds since 1970.");
+    case ServiceId::Client:
+        return QObject::tr("Accepts connections of the Chronvale client protocol.");
+    }
+    return {};
+}
+
+ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
+    : QWidget(parent)
+    , server_(server)
+    , id_(id)
+    , master_(new QCheckBox(tr("Enable the %1 service").arg(serviceName(id)), this))
+    , tcp_(new QCheckBox(tr("TCP"), this))
+    , udp_(new QCheckBox(tr("UDP"), this))
+    , port_(new QLineEdit(this))
+    , tcpState_(new QLabel(this))
+    , udpState_(new QLabel(this))
+    , tcpCount_(new QLabel(this))
+    , udpCount_(new QLabel(this)) {
+    const ServiceRow& row = serviceRow(id);
+    setObjectName(QStringLiteral("page_") + QLatin1String(row.registryValue));
+    master_->setObjectName(QLatin1String(row.masterBox));
+    tcp_->setObjectName(QLatin1String(row.tcpBox));
+    udp_->setObjectName(QLatin1String(row.udpBox));
+    port_->setObjectName(QLatin1String(row.portBox));
+    port_->setMaximumWidth(port_->fontMetrics().horizontalAdvance(QStringLiteral("0000000000")));
+
+    auto* title = new QLabel(QStringLiteral("<b>%1</b>").arg(QLatin1String(row.title)), this);
+    auto* description = new QLabel(serviceDescription(id), this);
+    description->setWordWrap(true);
+
+    auto* settings = new QGroupBox(tr("Service"), this);
+    auto* transports = new QHBoxLayout;
+    transports->addWidget(tcp_);
+    transports->addWidget(udp_);
+    transports->addStretch();
+    auto* form = new QFormLayout(settings);
+    form->addRow(master_);
+    form->addRow(tr("Transports:"), transports);
+    form->addRow(tr("Port:"), port_);
+
+    auto* state = new QGroupBox(tr("Activity"), this);
+    auto* stateForm = new QFormLayout(state);
+    stateForm->addRow(tr("TCP listener:"), tcpState_);
+    stateForm->addRow(tr("UDP socket:"), udpState_);
+    stateForm->addRow(tr("TCP requests:"), tcpCount_);
+    stateForm->addRow(tr("UDP requests:"), udpCount_);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(title);
+    layout->addWidget(description);
+    layout->addWidget(settings);
+    layout->addWidget(state);
+    layout->addStretch();
+
+    ServiceListeners& listeners = server_.listeners();
+    connect(master_, &QCheckBox::clicked, this,
+            [&listeners, id](bool on) { listeners.masterClicked(id, on); });
+    connect(tcp_, &QCheckBox::clicked, this,
+            [&listeners, id](bool on) { listeners.tcpBoxClicked(id, on); });
+    connect(udp_, &QCheckBox::clicked, this,
+            [&listeners, id](bool on) { listeners.udpBoxClicked(id, on); });
+    connect(port_, &QLineEdit::textEdited, this,
+            [&listeners, id](const QString& text) { listeners.portTextChanged(id, text); });
+    connect(port_, &QLineEdit::returnPressed, this,
+            [&listeners, id] { listeners.portKeyPressed(id, QChar(13)); });
+    refresh();
+}
+
+void ServicePage::refresh() {
+    const ServiceListeners& listeners = server_.listeners();
+    const ServiceControls& controls = listeners.controls(id_);
+    master_->setChecked(controls.master);
+    tcp_->setChecked(controls.tcp);
+    udp_->setChecked(controls.udp);
+    tcp_->setEnabled(controls.transportBoxesEnabled());
+    udp_->setEnabled(controls.transportBoxesEnabled());
+    if (port_->text() != controls.portText) {
+        port_->setText(controls.portText);
+    }
+    port_->setToolTip(controls.portToolTip);
+
+    const TcpListener& listener = listeners.tcpArray(id_).listener();
+    tcpState_->setText(listener.isListening()
+                           ? tr("listening on port %1").arg(listener.serverPort())
+                           : tr("closed"));
+    udpState_->setText(listeners.udpBound(id_)
+                           ? tr("bound to port %1").arg(listeners.udpSocket(id_).localPort())
+                           : tr("closed"));
+    const ServiceRow& row = serviceRow(id_);
+    tcpCount_->setText(row.countsTcpAccepts ? QString::number(listeners.tcpRequests(id_).value())
+                                            : tr("not counted"));
+    udpCount_->setText(QString::number(listeners.udpRequests(id_).value()));
+}
+
+} // namespace cvl

@@ -1,0 +1,64 @@
+// Saves pictures of the main window on each tree node and of the configuration dialog, for
+// review by eye: screenshots OUT_DIR [dark]. Run by scripts/screenshots.sh under Xvfb.
+#include "server_rig.h"
+#include "test_ports.h"
+#include "ui/config_dialog.h"
+#include "ui/desktop_front_end.h"
+#include "ui/server_window.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QStyleFactory>
+#include <QTest>
+
+using namespace cvl;
+
+int main(int argc, char* argv[]) {
+    QApplication app(argc, argv);
+    const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(".");
+    const bool dark = argc > 2 && QByteArray(argv[2]) == "dark";
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    if (dark) {
+        QPalette palette;
+        palette.setColor(QPalette::Window, QColor(0x2B, 0x2D, 0x31));
+        palette.setColor(QPalette::WindowText, QColor(0xE6, 0xE6, 0xE6));
+        palette.setColor(QPalette::Base, QColor(0x1E, 0x1F, 0x22));
+        palette.setColor(QPalette::AlternateBase, QColor(0x2B, 0x2D, 0x31));
+        palette.setColor(QPalette::Text, QColor(0xE6, 0xE6, 0xE6));
+        palette.setColor(QPalette::Button, QColor(0x3C, 0x3F, 0x44));
+        palette.setColor(QPalette::ButtonText, QColor(0xE6, 0xE6, 0xE6));
+        palette.setColor(QPalette::Highlight, QColor(0x35, 0x74, 0xF0));
+        palette.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
+        QApplication::setPalette(palette);
+    }
+    QDir().mkpath(out);
+
+    test::ServerRig rig;
+    rig.writeServerFile({"time.nist.gov:::NIST Gaithersburg, USA NA:::0:::",
+                         "time.nrc.ca:::NRC Ottawa, Canada NA:::1:::",
+                         "ptbtime1.ptb.de:::PTB Braunschweig, Germany EU:::8:::"});
+    for (const ServiceRow& row : serviceTable()) {
+        rig.store.putHome(QLatin1String(row.registryValue),
+                          QStringLiteral("YES:YES:YES:%1").arg(test::freePort()));
+    }
+    rig.store.putHome("DTS13", "NO:YES:YES:13");
+    rig.store.putHome("Settings", "YES:59:Minutes/s:NA:36");
+    DesktopPrompter prompter;
+    CVL_Server& server = rig.server();
+    DesktopFrontEnd front(server, prompter);
+    server.start([&] { front.startUp(false); });
+    server.setTimeSynced();
+    server.showClient(0, QStringLiteral("192.0.2.44"));
+    server.showClient(2, QStringLiteral("198.51.100.7"));
+
+    ServerWindow& window = front.window();
+    for (int node = 1; node <= 8; ++node) {
+        window.CVLSelected(node);
+        QTest::qWait(250);
+        window.grab().save(QStringLiteral("%1/window-%2.png").arg(out).arg(node));
+    }
+    CVL_ConfigSVR& dialog = front.configDialog();
+    QTest::qWait(250);
+    dialog.grab().save(out + QStringLiteral("/config-dialog.png"));
+    return 0;
+}
