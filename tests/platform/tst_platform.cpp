@@ -66,34 +66,6 @@ private slots:
         QCOMPARE(store.setValue(0x1234, kHome, QStringLiteral("X"), {}), long{ERROR_BADKEY});
     }
 
-    void iniStoreWritesWholeFiles() {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("settings.conf"));
-        IniSettingsStore store(path);
-        QCOMPARE(
-            store.setValue(HKEY_LOCAL_MACHINE, kHome, QStringLiteral("A"), QStringLiteral("1")),
-            long{ERROR_SUCCESS});
-        // A folder in the way of the temporary file makes the write fail, and the old file
-        // must then be left as it was.
-        const QStringList before = QDir(dir.path()).entryList(QDir::Files);
-        QVERIFY(QFile::setPermissions(dir.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
-        const bool rootIgnoresModes =
-            QFile(dir.filePath(QStringLiteral("probe"))).open(QIODevice::WriteOnly);
-        QFile::remove(dir.filePath(QStringLiteral("probe")));
-        if (!rootIgnoresModes) {
-            QVERIFY(store.setValue(HKEY_LOCAL_MACHINE, kHome, QStringLiteral("B"),
-                                   QStringLiteral("2")) != ERROR_SUCCESS);
-        }
-        QFile::setPermissions(dir.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                              QFileDevice::ExeOwner);
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), before);
-        IniSettingsStore reread(path);
-        QString text;
-        QCOMPARE(reread.queryValue(HKEY_LOCAL_MACHINE, kHome, QStringLiteral("A"), text),
-                 long{ERROR_SUCCESS});
-        QCOMPARE(text, QStringLiteral("1"));
-    }
-
     void autostartEntry() {
         QTemporaryDir dir;
         XdgAutostart autostart(dir.path());
