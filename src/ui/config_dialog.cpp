@@ -2,6 +2,7 @@
 
 #include "core/cvl_server.h"
 #include "ui/painted_images.h"
+#include "ui/qbk_buttons.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -9,7 +10,6 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace cvl {
@@ -31,8 +31,10 @@ const QStringList& regionEntries() {
 namespace {
 
 QAbstractButton* makeButton(const QString& caption, const char* name, QWidget* parent) {
-    auto* button = new QPushButton(caption, parent);
+    auto* button = new QBKButtons(parent);
     button->setObjectName(QLatin1String(name));
+    button->initProperties();
+    button->setCaption(caption);
     return button;
 }
 
