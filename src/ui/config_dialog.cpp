@@ -35,6 +35,8 @@ QAbstractButton* makeButton(const QString& caption, const char* name, QWidget* p
     button->setObjectName(QLatin1String(name));
     button->initProperties();
     button->setCaption(caption);
+    // Framed at rest, so that they read as buttons before the pointer finds them.
+    button->setButtonStyle(QBKButtons::XpStyle);
     return button;
 }
 
