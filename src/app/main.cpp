@@ -108,8 +108,10 @@ int main(int argc, char* argv[]) {
 
     cvl::ServerOptions options;
     options.referencePort = line.referencePort;
-    options.updateHost = line.updateHost;
-    options.updatePort = line.updatePort;
+    if (!line.updateHost.isEmpty()) {
+        options.updateHost = line.updateHost;
+        options.updatePort = line.updatePort;
+    }
     cvl::CVL_Server server(platform, options);
 
     cvl::TerminationSignals termination;

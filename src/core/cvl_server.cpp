@@ -27,9 +27,12 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , unixTimeService_(std::make_unique<UnixTimeService>(*this))
     , ntpService_(std::make_unique<NtpService>(*this))
     , timeQuery_(new TimeQuery(platform.clock, timeBase_, this))
+    , updateCheck_(new UpdateCheck(*this, platform.prompter, platform.launcher,
+                                   platform.host.programFolder(), options_.updateHost,
+                                   options_.updatePort, AppVersion(), this))
     , syncTimer_(new QTimer(this))
     , random_([] { return QRandomGenerator::global()->generateDouble(); })
-    , windowCaption_(windowTitle()) {
+    , windowCaption_(fixedTitle()) {
     connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
     connect(listeners_, &ServiceListeners::clientShown, this, &CVL_Server::showClient);
     connect(listeners_, &ServiceListeners::lamp, this, &CVL_Server::light);
@@ -60,7 +63,9 @@ CVL_Server::~CVL_Server() {
     shutdown();
 }
 
-QString CVL_Server::windowTitle() { return QStringLiteral("Chronvale Server ") + AppVersion(); }
+QString CVL_Server::fixedTitle() {
+    return QStringLiteral("Chronvale Server ") + AppVersion();
+}
 
 void CVL_Server::setWindowCaption(const QString& caption) {
     windowCaption_ = caption;
@@ -74,12 +79,21 @@ void CVL_Server::setCheckUpdateEnabled(bool enabled) {
 
 void CVL_Server::checkForUpdates() {
     setCheckUpdateEnabled(false);
-    // The update check itself arrives separately; until then the button comes back at once.
-    setStatusText(QStringLiteral("Update check is not available in this build."));
-    setCheckUpdateEnabled(true);
+    updateCheck_->QBKUpdate();
 }
 
-void CVL_Server::openDateTimeSettings() { platform_.launcher.openDateTimeSettings(); }
+void CVL_Server::serverFileDownloaded() {
+    serverList_ = {};
+    emit serversChanged();
+    ReadCVLFile();
+    if (started_ && !firstSyncAsked_) {
+        SyncTimeNow();
+    }
+}
+
+void CVL_Server::openDateTimeSettings() {
+    platform_.launcher.openDateTimeSettings();
+}
 
 QString CVL_Server::AppVersion() {
     return QStringLiteral("%1.%2.%3")
@@ -99,7 +113,7 @@ void CVL_Server::start(const std::function<void()>& beforeFirstSync) {
     syncTimer_->start();
 
     updateStamp_ = platform_.clock.localNow();
-    setTipText(windowTitle() + QLatin1Char(' '));
+    setTipText(fixedTitle() + QLatin1Char(' '));
     log_ = std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder(),
                                         AppVersion(), updateStamp_);
     // Every start logs, whatever the saved setting says; the setting only decides what the
@@ -138,10 +152,15 @@ QString CVL_Server::serverFilePath() const {
 void CVL_Server::ReadCVLFile() {
     std::optional<ServerList> list = readServerFile(serverFilePath());
     if (!list) {
-        // Without the list there is nothing to synchronise from; the settings wait too.
-        setStatusText(QStringLiteral("Reference-server file not found: ") + serverFilePath());
+        // Without the list there is nothing to synchronise from, and the settings wait for
+        // it too: the update server is asked for the file.
+        setStatusText(
+            QStringLiteral("Reference-server file not found, asking the update server: ") +
+            serverFilePath());
+        updateCheck_->QBKUpdate();
         return;
     }
+    updateCheck_->serverFileRead();
     serverList_ = std::move(*list);
     selectedServer_ = -1;
     emit serversChanged();
@@ -314,6 +333,7 @@ void CVL_Server::SyncTimeNow() {
     if (serverList_.entries.isEmpty() || schedule_.PoolCount == 0) {
         return;
     }
+    firstSyncAsked_ = true;
     if (sync_.randomCheck) {
         GrabRandom();
     }

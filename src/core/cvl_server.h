@@ -11,6 +11,7 @@
 #include "sync/server_list.h"
 #include "sync/sync_schedule.h"
 #include "timebase/time_base.h"
+#include "update/update_check.h"
 
 #include <QObject>
 #include <QTimer>
@@ -44,9 +45,12 @@ struct Platform {
     Launcher& launcher;
 };
 
+// The update server asked unless the command line names another.
+inline const QString kDefaultUpdateHost = QStringLiteral("update.chronvale.net");
+
 struct ServerOptions {
     quint16 referencePort = 123;
-    QString updateHost;
+    QString updateHost = kDefaultUpdateHost;
     quint16 updatePort = 80;
 };
 
@@ -64,7 +68,7 @@ struct RemoteHost {
     LocalDateTime when;
 };
 
-class CVL_Server final : public QObject, public ServiceHost {
+class CVL_Server final : public QObject, public ServiceHost, public UpdateHost {
     Q_OBJECT
 public:
     CVL_Server(const Platform& platform, ServerOptions options, QObject* parent = nullptr);
@@ -87,14 +91,19 @@ public:
 
     [[nodiscard]] static QString AppVersion();
     // The window's fixed title, and its caption as it reads now.
-    [[nodiscard]] static QString windowTitle();
-    [[nodiscard]] const QString& windowCaption() const { return windowCaption_; }
-    void setWindowCaption(const QString& caption);
+    [[nodiscard]] QString windowTitle() const override { return fixedTitle(); }
+    [[nodiscard]] static QString fixedTitle();
+    [[nodiscard]] QString windowCaption() const override { return windowCaption_; }
+    void setWindowCaption(const QString& caption) override;
     [[nodiscard]] LocalDateTime localNow() const { return platform_.clock.localNow(); }
     // The configuration dialog's update button; it lives here so that a check outlives the
     // dialog that started it.
-    [[nodiscard]] bool checkUpdateEnabled() const { return checkUpdateEnabled_; }
-    void setCheckUpdateEnabled(bool enabled);
+    [[nodiscard]] bool checkUpdateEnabled() const override { return checkUpdateEnabled_; }
+    void setCheckUpdateEnabled(bool enabled) override;
+    // The update check brought a new server file: the list is read again (and the settings
+    // with it), and a first synchronisation that had nothing to ask now happens.
+    void serverFileDownloaded() override;
+    [[nodiscard]] const UpdateCheck& updateCheck() const { return *updateCheck_; }
     // The operator asks for an update check (the dialog's button).
     void checkForUpdates();
     // The desktop's date-and-time settings; a failure to start them is not reported.
@@ -196,6 +205,7 @@ private:
     std::unique_ptr<UnixTimeService> unixTimeService_;
     std::unique_ptr<NtpService> ntpService_;
     TimeQuery* timeQuery_;
+    UpdateCheck* updateCheck_;
     QTimer* syncTimer_;
     ServerList serverList_;
     SyncSchedule schedule_;
@@ -219,6 +229,7 @@ private:
     bool runAtStartup_ = false;
     bool runChanged_ = false;
     bool settingsRead_ = false;
+    bool firstSyncAsked_ = false;
     bool started_ = false;
     bool shutDown_ = false;
 };

@@ -33,6 +33,7 @@ struct ServiceRow {
     bool hasPortKeyHandler;    // Enter restarts the service on the typed port
     bool countsTcpAccepts;     // the NTP service counts its requests elsewhere
     bool acceptShowsPort;      // the client-protocol service shows address:port
+    int remoteHostBox;         // which remote-host box shows its clients
     const char* title;         // node of the service tree
 };
 

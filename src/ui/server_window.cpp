@@ -243,7 +243,7 @@ QWidget* ServerWindow::buildAboutPage() {
            "when random choice is on.</p>"
            "<p>Requests are logged day by day in <tt>Logs/</tt> of the program folder. A port "
            "change counts once Enter is pressed in the port box.</p>")
-            .arg(CVL_Server::windowTitle()));
+            .arg(CVL_Server::fixedTitle()));
     auto* layout = new QVBoxLayout(page);
     layout->addWidget(text);
     layout->addStretch();

@@ -1,6 +1,7 @@
 #include "ui/service_page.h"
 
 #include "core/cvl_server.h"
+#include "log/request_log.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -57,7 +58,8 @@ ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
     , tcpState_(new QLabel(this))
     , udpState_(new QLabel(this))
     , tcpCount_(new QLabel(this))
-    , udpCount_(new QLabel(this)) {
+    , udpCount_(new QLabel(this))
+    , lastClient_(new QLabel(this)) {
     const ServiceRow& row = serviceRow(id);
     setObjectName(QStringLiteral("page_") + QLatin1String(row.registryValue));
     master_->setObjectName(QLatin1String(row.masterBox));
@@ -86,6 +88,7 @@ ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
     stateForm->addRow(tr("UDP socket:"), udpState_);
     stateForm->addRow(tr("TCP requests:"), tcpCount_);
     stateForm->addRow(tr("UDP requests:"), udpCount_);
+    stateForm->addRow(tr("Last client shown:"), lastClient_);
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(title);
@@ -132,6 +135,10 @@ void ServicePage::refresh() {
     tcpCount_->setText(row.countsTcpAccepts ? QString::number(listeners.tcpRequests(id_).value())
                                             : tr("not counted"));
     udpCount_->setText(QString::number(listeners.udpRequests(id_).value()));
+    const RemoteHost& client = server_.remoteHost(row.remoteHostBox);
+    lastClient_->setText(client.address.isEmpty()
+                             ? tr("none yet")
+                             : tr("%1, at %2").arg(client.address, generalDateText(client.when)));
 }
 
 } // namespace cvl

@@ -34,6 +34,7 @@ private:
     QLabel* udpState_;
     QLabel* tcpCount_;
     QLabel* udpCount_;
+    QLabel* lastClient_;
 };
 
 // What each service is, in a sentence, for its page.

@@ -1,5 +1,7 @@
 // The controller's start-up and shutdown around the settings: defaults on a first start,
 // the write-back order, the start-with-the-system entry and the logging override.
+#include "http_stub.h"
+#include "reference_responder.h"
 #include "server_rig.h"
 #include "test_ports.h"
 
@@ -100,6 +102,37 @@ private slots:
         if (rig.autostart.writes > 0) {
             QCOMPARE(rig.autostart.command, rig.host.command);
         }
+    }
+
+    void missingServerFileIsFetchedThenUsed() {
+        ServerRig rig;
+        test::HttpStub updates;
+        test::ReferenceResponder reference;
+        rig.options.updateHost = QStringLiteral("127.0.0.1");
+        rig.options.updatePort = updates.port();
+        rig.options.referencePort = reference.port();
+        const quint16 port = test::freePort();
+        rig.store.putHome("NTP37", QString("YES:YES:YES:%1").arg(port));
+        rig.store.putHome("Settings", "NO:59:Minutes/s:NA:36");
+        const QByteArray list = "h\r\nh\r\nh\r\nh\r\nh\r\n127.0.0.1:::Loopback NA:::2:::\r\n";
+        const QByteArray record = "x-:-" + CVL_Server::AppVersion().toLatin1() + "-:-x-:-x-:-0-:-x";
+        updates.serve({"HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(record.size()) +
+                       "\r\n\r\n" + record});
+        updates.serve(
+            {"HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(list.size()) + "\r\n\r\n",
+             list.left(20), list.mid(20)});
+
+        rig.server().start();
+        // Nothing read, nothing opened until the list is there.
+        QVERIFY(!rig.server().listeners().tcpListening(ServiceId::Time));
+        QTRY_VERIFY(rig.server().TimeSynced());
+        QCOMPARE(updates.requests.size(), 2);
+        QVERIFY(updates.requests[1].startsWith("GET /Chronvale/QBK_CVLS4.CVL HTTP/1.1\r\n"));
+        QCOMPARE(rig.prompter.notices,
+                 QStringList{"Chronvale Server Updater|No Updates Available."});
+        QVERIFY(rig.prompter.questions.isEmpty());
+        QVERIFY(rig.server().listeners().tcpListening(ServiceId::Time));
+        QVERIFY(rig.server().checkUpdateEnabled());
     }
 
     void loggingSwitchedOffInMemory() {

@@ -3,6 +3,7 @@
 // wrong in every way.
 #include "fake_launcher.h"
 #include "fake_prompter.h"
+#include "http_stub.h"
 #include "platform/linux/system_launcher.h"
 #include "update/update_check.h"
 
@@ -13,13 +14,11 @@
 #include <QTest>
 #include <QTimer>
 #include <memory>
-#include <sys/socket.h>
 
 using namespace cvl;
 
 namespace {
 
-constexpr int kPauseMs = 30;
 const QString kCaption = QStringLiteral("Chronvale Server - 2 clients");
 const QString kNoUpdates = QStringLiteral("Chronvale Server Updater|No Updates Available.");
 const QString kFileQuestion =
@@ -75,64 +74,6 @@ public:
     int downloads = 0;
 };
 
-// Each complete request gets the next queued response, written chunk by chunk with pauses so
-// that the chunks arrive separately; after one more pause the connection is closed or reset.
-class HttpStub : public QObject {
-public:
-    HttpStub() {
-        if (!server.listen(QHostAddress::LocalHost)) {
-            qFatal("no loopback port for the HTTP stub");
-        }
-        connect(&server, &QTcpServer::newConnection, this, [this] { accept(); });
-    }
-    [[nodiscard]] quint16 port() const { return server.serverPort(); }
-    void serve(const QList<QByteArray>& chunks, bool reset = false) {
-        queue.append({chunks, reset});
-    }
-
-    QList<QByteArray> requests;
-    int finished = 0;
-
-private:
-    struct Response {
-        QList<QByteArray> chunks;
-        bool reset;
-    };
-
-    void accept() {
-        while (QTcpSocket* socket = server.nextPendingConnection()) {
-            const qsizetype index = requests.size();
-            requests.append(QByteArray());
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket, index] {
-                const bool answered = requests[index].contains("\r\n\r\n");
-                requests[index] += socket->readAll();
-                if (!answered && requests[index].contains("\r\n\r\n") && !queue.isEmpty()) {
-                    send(socket, queue.takeFirst(), 0);
-                }
-            });
-        }
-    }
-    void send(QTcpSocket* socket, const Response& response, qsizetype next) {
-        if (next < response.chunks.size()) {
-            socket->write(response.chunks.at(next));
-            QTimer::singleShot(kPauseMs, socket, [=, this] { send(socket, response, next + 1); });
-            return;
-        }
-        if (response.reset) {
-            const linger now{1, 0};
-            setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now,
-                       sizeof now);
-            socket->abort();
-        } else {
-            socket->disconnectFromHost();
-        }
-        ++finished;
-    }
-
-    QTcpServer server;
-    QList<Response> queue;
-};
-
 struct Rig {
     [[nodiscard]] QString serverFile() const { return folder.filePath("QBK_CVLS4.CVL"); }
     void writeServerFile(const QByteArray& content) const {
@@ -143,7 +84,7 @@ struct Rig {
     }
 
     QTemporaryDir folder;
-    HttpStub stub;
+    test::HttpStub stub;
     FakeUpdateHost host;
     test::FakePrompter prompter;
     test::FakeLauncher launcher;
@@ -337,7 +278,7 @@ private slots:
             r.check.QBKUpdate();
         }
         QTRY_COMPARE(r.stub.finished, 1);
-        QTest::qWait(kPauseMs);
+        QTest::qWait(test::HttpStub::kChunkPauseMs);
         QCOMPARE(r.host.downloads, 0);
         QVERIFY(!r.host.enabled);
         QCOMPARE(r.prompter.notices.size(), serverFile ? 1 : 0);
