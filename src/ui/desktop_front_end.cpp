@@ -20,12 +20,7 @@ void DesktopPrompter::inform(PromptOwner owner, const QString& caption, const QS
     box.exec();
 }
 
-DesktopFrontEnd::DesktopFrontEnd(CVL_Server& server, DesktopPrompter& prompter)
-    : server_(server)
-    , prompter_(prompter)
-    , window_(std::make_unique<ServerWindow>(server)) {
-    QObject::connect(window_.get(), &ServerWindow::configurationRequested, window_.get(),
-                     [this] { configDialog(); });
+DesktopFrontEnd::DesktopFrontEnd() {
     prompter_.owners = [this](PromptOwner owner) -> QWidget* {
         if (owner == PromptOwner::ConfigDialog && !dialog_.isNull()) {
             return dialog_.data();
@@ -35,17 +30,28 @@ DesktopFrontEnd::DesktopFrontEnd(CVL_Server& server, DesktopPrompter& prompter)
 }
 
 DesktopFrontEnd::~DesktopFrontEnd() {
-    prompter_.owners = nullptr;
-    delete dialog_.data();
+    release();
 }
 
-void DesktopFrontEnd::startUp(bool hidden) {
-    window_->startUp(hidden);
+void DesktopFrontEnd::build(CVL_Server& server) {
+    server_ = &server;
+    window_ = std::make_unique<ServerWindow>(server);
+    QObject::connect(window_.get(), &ServerWindow::configurationRequested, window_.get(),
+                     [this] { configDialog(); });
+}
+
+void DesktopFrontEnd::startUp(bool startHidden) {
+    window_->startUp(startHidden);
+}
+
+void DesktopFrontEnd::release() {
+    delete dialog_.data();
+    window_.reset();
 }
 
 CVL_ConfigSVR& DesktopFrontEnd::configDialog() {
     if (dialog_.isNull()) {
-        dialog_ = new CVL_ConfigSVR(server_, window_.get());
+        dialog_ = new CVL_ConfigSVR(*server_, window_.get());
     }
     dialog_->show();
     dialog_->raise();

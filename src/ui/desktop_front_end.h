@@ -2,9 +2,11 @@
 // dialog (one at a time, made afresh when it was closed) and message boxes owned by them.
 #pragma once
 
+#include "core/front_end.h"
 #include "platform/prompter.h"
 
 #include <QPointer>
+#include <functional>
 #include <memory>
 
 class QWidget;
@@ -24,21 +26,24 @@ public:
     std::function<QWidget*(PromptOwner)> owners;
 };
 
-class DesktopFrontEnd {
+class DesktopFrontEnd final : public FrontEnd {
 public:
-    DesktopFrontEnd(CVL_Server& server, DesktopPrompter& prompter);
-    ~DesktopFrontEnd();
+    DesktopFrontEnd();
+    ~DesktopFrontEnd() override;
 
-    // The window's start-up steps; `hidden` when started with "-rs".
-    void startUp(bool hidden);
+    [[nodiscard]] Prompter& prompter() override { return prompter_; }
+    void build(CVL_Server& server) override;
+    void startUp(bool startHidden) override;
+    void release() override;
+
     [[nodiscard]] ServerWindow& window() { return *window_; }
     // The configuration dialog, created (and shown) when it is not open.
     CVL_ConfigSVR& configDialog();
     [[nodiscard]] bool configDialogOpen() const { return !dialog_.isNull(); }
 
 private:
-    CVL_Server& server_;
-    DesktopPrompter& prompter_;
+    CVL_Server* server_ = nullptr;
+    DesktopPrompter prompter_;
     std::unique_ptr<ServerWindow> window_;
     QPointer<CVL_ConfigSVR> dialog_;
 };

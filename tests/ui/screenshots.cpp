@@ -43,9 +43,9 @@ int main(int argc, char* argv[]) {
     }
     rig.store.putHome("DTS13", "NO:YES:YES:13");
     rig.store.putHome("Settings", "YES:59:Minutes/s:NA:36");
-    DesktopPrompter prompter;
     CVL_Server& server = rig.server();
-    DesktopFrontEnd front(server, prompter);
+    DesktopFrontEnd front;
+    front.build(server);
     server.start([&] { front.startUp(false); });
     server.setTimeSynced();
     server.showClient(0, QStringLiteral("192.0.2.44"));

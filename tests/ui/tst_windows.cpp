@@ -18,7 +18,6 @@ class TestWindows : public QObject {
     Q_OBJECT
 
     std::unique_ptr<test::ServerRig> rig;
-    std::unique_ptr<DesktopPrompter> prompter;
     std::unique_ptr<DesktopFrontEnd> front;
 
     void startWith(const QString& region, bool hidden = false) {
@@ -27,8 +26,8 @@ class TestWindows : public QObject {
         rig->store.putHome("NTP37", QString("YES:YES:YES:%1").arg(test::freePort()));
         rig->store.putHome("Settings", "NO:59:Minutes/s:" + region + ":36");
         rig->store.putHome("EnableLogging", "NO");
-        prompter = std::make_unique<DesktopPrompter>();
-        front = std::make_unique<DesktopFrontEnd>(rig->server(), *prompter);
+        front = std::make_unique<DesktopFrontEnd>();
+        front->build(rig->server());
         rig->server().start([&] { front->startUp(hidden); });
     }
     template <typename T> T* find(QWidget* parent, const char* name) {

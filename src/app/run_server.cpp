@@ -1,0 +1,116 @@
+#include "app/run_server.h"
+
+#include "core/cvl_server.h"
+#include "platform/linux/ini_settings_store.h"
+#include "platform/linux/system_clock.h"
+#include "platform/linux/system_host_info.h"
+#include "platform/linux/system_launcher.h"
+#include "platform/linux/system_time_zone.h"
+#include "platform/linux/termination_signals.h"
+#include "platform/linux/xdg_autostart.h"
+#include "platform/single_instance.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <cstdio>
+
+namespace cvl {
+
+namespace {
+
+// A desktop-entry Exec line: arguments with blanks are quoted.
+QString execLine(const QStringList& words) {
+    QStringList quoted;
+    for (const QString& word : words) {
+        quoted << (word.contains(QLatin1Char(' ')) ? QLatin1Char('"') + word + QLatin1Char('"')
+                                                   : word);
+    }
+    return quoted.join(QLatin1Char(' '));
+}
+
+} // namespace
+
+QStringList argumentList(int argc, char* argv[]) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    return arguments;
+}
+
+std::optional<int> handleInformationalOptions(const CommandLineResult& parsed) {
+    if (!parsed.line) {
+        std::fprintf(stderr, "chronvale-server: %s\nTry 'chronvale-server --help'.\n",
+                     parsed.error.toLocal8Bit().constData());
+        return 2;
+    }
+    if (parsed.line->showHelp) {
+        std::fputs(usageText().toLocal8Bit().constData(), stdout);
+        return 0;
+    }
+    if (parsed.line->showVersion) {
+        std::printf("chronvale-server %s\n", CVL_Server::AppVersion().toLatin1().constData());
+        return 0;
+    }
+    return std::nullopt;
+}
+
+int runServer(const CommandLine& line, FrontEnd& frontEnd) {
+    QCoreApplication::setApplicationName(QStringLiteral("chronvale-server"));
+    QCoreApplication::setApplicationVersion(CVL_Server::AppVersion());
+
+    const QString settingsPath =
+        QFileInfo(line.settingsFile.isEmpty() ? defaultSettingsPath() : line.settingsFile)
+            .absoluteFilePath();
+    SingleInstance instance(settingsPath);
+    if (!instance.acquire()) {
+        std::fprintf(stderr, "chronvale-server: already running with the settings %s\n",
+                     settingsPath.toLocal8Bit().constData());
+        return 1;
+    }
+
+    const QString programFolder =
+        QDir(line.dataDir.isEmpty() ? QCoreApplication::applicationDirPath() : line.dataDir)
+            .absolutePath();
+    QDir().mkpath(programFolder);
+    const QString handedOver = qEnvironmentVariable("CHRONVALE_SERVER_PROGRAM");
+    QStringList command{handedOver.isEmpty() ? QCoreApplication::applicationFilePath()
+                                             : handedOver};
+    if (!line.dataDir.isEmpty()) {
+        command << QStringLiteral("--data-dir") << programFolder;
+    }
+    if (!line.settingsFile.isEmpty()) {
+        command << QStringLiteral("--settings") << settingsPath;
+    }
+
+    SystemClock clock(!line.noSetClock);
+    SystemTimeZone timeZone;
+    IniSettingsStore settings(settingsPath);
+    XdgAutostart autostart(xdgConfigHome());
+    SystemHostInfo host(programFolder, execLine(command));
+    SystemLauncher launcher;
+    const Platform platform{clock,   timeZone, settings, autostart, host, frontEnd.prompter(),
+                            launcher};
+
+    ServerOptions options;
+    options.referencePort = line.referencePort;
+    if (!line.updateHost.isEmpty()) {
+        options.updateHost = line.updateHost;
+        options.updatePort = line.updatePort;
+    }
+    CVL_Server server(platform, options);
+
+    TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::terminationRequested,
+                     QCoreApplication::instance(), &QCoreApplication::quit);
+
+    frontEnd.build(server);
+    server.start([&] { frontEnd.startUp(line.startHidden); });
+    const int status = QCoreApplication::exec();
+    server.shutdown();
+    frontEnd.release();
+    return status;
+}
+
+} // namespace cvl

@@ -1,0 +1,22 @@
+// The server's life from settings to shutdown, shared by the daemon and the desktop program:
+// one running copy per settings file, the platform adapters, the controller, a front end
+// (standard error, or windows), SIGINT/SIGTERM, the event loop, and the orderly stop.
+#pragma once
+
+#include "app/command_line.h"
+#include "core/front_end.h"
+
+namespace cvl {
+
+// Runs the server until it is told to stop; the exit status. The application object (a
+// QCoreApplication or a QApplication) must exist already.
+int runServer(const CommandLine& line, FrontEnd& frontEnd);
+
+// Answers --help and --version, or reports a command-line error; nullopt when the server
+// should run. Used first thing by both programs.
+[[nodiscard]] std::optional<int> handleInformationalOptions(const CommandLineResult& parsed);
+
+// The command line as main() received it.
+[[nodiscard]] QStringList argumentList(int argc, char* argv[]);
+
+} // namespace cvl

@@ -1,0 +1,23 @@
+// What a face of the server adds to it: the daemon's is standard error, the desktop's the
+// window, the tray icon and message boxes.
+#pragma once
+
+namespace cvl {
+
+class CVL_Server;
+class Prompter;
+
+class FrontEnd {
+public:
+    virtual ~FrontEnd() = default;
+    [[nodiscard]] virtual Prompter& prompter() = 0;
+    // Builds the views before start-up reads the settings.
+    virtual void build(CVL_Server& server) = 0;
+    // The views' own start-up steps, once the settings are read and before the first
+    // synchronisation; `startHidden` is the "-rs" first word.
+    virtual void startUp(bool startHidden) = 0;
+    // Releases the views once the server has shut down.
+    virtual void release() = 0;
+};
+
+} // namespace cvl
