@@ -36,7 +36,6 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
     connect(listeners_, &ServiceListeners::clientShown, this, &CVL_Server::showClient);
     connect(listeners_, &ServiceListeners::lamp, this, &CVL_Server::light);
-    connect(listeners_, &ServiceListeners::countersChanged, this, &CVL_Server::countersChanged);
     listeners_->setProtocol(ServiceId::Time, timeService_.get());
     listeners_->setProtocol(ServiceId::Daytime, daytimeService_.get());
     listeners_->setProtocol(ServiceId::Unix, unixTimeService_.get());
@@ -255,16 +254,11 @@ void CVL_Server::CVLWLOG(const QString& BytesD, const QString& RequestIP, std::i
 bool CVL_Server::countRequest(ServiceId id, Transport transport) {
     RequestCounter& counter =
         transport == Transport::Tcp ? listeners_->tcpRequests(id) : listeners_->udpRequests(id);
-    if (!counter.increment()) {
-        return false;
-    }
-    emit countersChanged(id);
-    return true;
+    return counter.increment();
 }
 
 void CVL_Server::showClient(int box, const QString& address) {
     remoteHosts_.at(box) = {address, platform_.clock.localNow()};
-    emit remoteHostChanged(box);
 }
 
 void CVL_Server::setRunAtStartup(bool on) {

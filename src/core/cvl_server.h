@@ -161,8 +161,12 @@ public:
                  std::int32_t iByteTot = 0) override;
     bool countRequest(ServiceId id, Transport transport) override;
     void showClient(int box, const QString& address) override;
-    void light(Lamp lamp) override { emit lampLit(lamp); }
-    void StatusUp() override { emit statusRefreshed(); }
+    // The display reads traffic from counts on its own timer: nothing is signalled per request.
+    void light(Lamp lamp) override { ++lampCounts_[static_cast<std::size_t>(lamp)]; }
+    void StatusUp() override {}
+    [[nodiscard]] quint64 lampCount(Lamp lamp) const {
+        return lampCounts_[static_cast<std::size_t>(lamp)];
+    }
     [[nodiscard]] bool AwaitingReply() const override;
     [[nodiscard]] bool isSyncAnswer(QByteArrayView datagram) const override;
     void acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) override;
@@ -173,10 +177,6 @@ public:
 signals:
     void statusTextChanged(const QString& text);
     void timeZoneChanged(const QString& zoneName);
-    void remoteHostChanged(int box);
-    void lampLit(cvl::Lamp lamp);
-    void countersChanged(cvl::ServiceId id);
-    void statusRefreshed();
     void serversChanged();
     void selectedServerChanged(int index);
     void tipTextChanged(const QString& visibleTip);
@@ -218,6 +218,7 @@ private:
     bool checkUpdateEnabled_ = true;
     QString statusText_;
     std::array<RemoteHost, 3> remoteHosts_;
+    std::array<quint64, 4> lampCounts_{};
     LocalDateTime updateStamp_;
 
     SyncControls sync_;

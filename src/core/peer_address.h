@@ -7,10 +7,29 @@
 
 namespace cvl {
 
+// Formats IPv4 by hand: this runs for every request, and QHostAddress::toString() is slow.
 [[nodiscard]] inline QString addressText(const QHostAddress& address) {
     bool isV4 = false;
     const quint32 v4 = address.toIPv4Address(&isV4);
-    return isV4 ? QHostAddress(v4).toString() : address.toString();
+    if (!isV4) {
+        return address.toString();
+    }
+    char text[16];
+    char* out = text;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const unsigned octet = (v4 >> shift) & 0xFFu;
+        if (octet >= 100) {
+            *out++ = static_cast<char>('0' + octet / 100);
+        }
+        if (octet >= 10) {
+            *out++ = static_cast<char>('0' + octet / 10 % 10);
+        }
+        *out++ = static_cast<char>('0' + octet % 10);
+        if (shift > 0) {
+            *out++ = '.';
+        }
+    }
+    return QString::fromLatin1(text, out - text);
 }
 
 } // namespace cvl

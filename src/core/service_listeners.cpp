@@ -18,7 +18,7 @@ ServiceListeners::ServiceListeners(QObject* parent)
         service.controls.portText = QString::number(row.defaultPort);
         service.protocol = silent_.get();
         service.tcp = new TcpSocketArray(this);
-        service.udp = new QUdpSocket(this);
+        service.udp = new DatagramSocket(this);
 
         const ServiceId id = row.id;
         TcpSocketArray* array = service.tcp;
@@ -33,8 +33,12 @@ ServiceListeners::ServiceListeners(QObject* parent)
         connect(array, &TcpSocketArray::bytesWritten, this, [this, id](int index, qint64) {
             at(id).protocol->connectionBytesWritten(at(id).tcp->at(index), index);
         });
-        connect(service.udp, &QUdpSocket::readyRead, this,
-                [this, id] { at(id).protocol->datagramsPending(*at(id).udp); });
+        connect(service.udp, &DatagramSocket::readyRead, this, [this, id] {
+            Service& target = at(id);
+            target.udp->readPending([&target](const Datagram& datagram) {
+                target.protocol->datagramArrived(*target.udp, datagram);
+            });
+        });
     }
 }
 
@@ -79,11 +83,11 @@ void ServiceListeners::LoadServers(const QString& mode) {
         inUse = listener.serverError() == QAbstractSocket::AddressInUseError;
         listener.close();
     } else {
-        if (service.udp->bind(QHostAddress::Any, portNumber, QAbstractSocket::DontShareAddress)) {
+        const DatagramSocket::BindResult bound = service.udp->bind(portNumber);
+        if (bound == DatagramSocket::BindResult::Bound) {
             return;
         }
-        inUse = service.udp->error() == QAbstractSocket::AddressInUseError;
-        service.udp->close();
+        inUse = bound == DatagramSocket::BindResult::AddressInUse;
     }
     if (inUse) {
         reportAddressInUse(target->service, *port);
@@ -125,7 +129,6 @@ void ServiceListeners::connectionRequested(ServiceId id, qintptr descriptor) {
             socket.abort();
             return;
         }
-        emit countersChanged(id);
     }
     emit lamp(Lamp::DataIn);
     emit lamp(Lamp::TcpIn);

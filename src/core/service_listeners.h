@@ -10,8 +10,8 @@
 #include "core/tcp_socket_array.h"
 #include "services/service_protocol.h"
 
+#include "platform/datagram_socket.h"
 #include <QObject>
-#include <QUdpSocket>
 #include <array>
 #include <memory>
 
@@ -67,14 +67,12 @@ public:
     [[nodiscard]] const ServiceControls& controls(ServiceId id) const { return at(id).controls; }
     [[nodiscard]] const TcpSocketArray& tcpArray(ServiceId id) const { return *at(id).tcp; }
     [[nodiscard]] TcpSocketArray& tcpArray(ServiceId id) { return *at(id).tcp; }
-    [[nodiscard]] const QUdpSocket& udpSocket(ServiceId id) const { return *at(id).udp; }
-    [[nodiscard]] QUdpSocket& udpSocket(ServiceId id) { return *at(id).udp; }
+    [[nodiscard]] const DatagramSocket& udpSocket(ServiceId id) const { return *at(id).udp; }
+    [[nodiscard]] DatagramSocket& udpSocket(ServiceId id) { return *at(id).udp; }
     [[nodiscard]] bool tcpListening(ServiceId id) const {
         return at(id).tcp->listener().isListening();
     }
-    [[nodiscard]] bool udpBound(ServiceId id) const {
-        return at(id).udp->state() == QAbstractSocket::BoundState;
-    }
+    [[nodiscard]] bool udpBound(ServiceId id) const { return at(id).udp->isBound(); }
     [[nodiscard]] RequestCounter& tcpRequests(ServiceId id) { return at(id).tcpRequests; }
     [[nodiscard]] RequestCounter& udpRequests(ServiceId id) { return at(id).udpRequests; }
     [[nodiscard]] const RequestCounter& tcpRequests(ServiceId id) const {
@@ -92,13 +90,12 @@ signals:
     // A client to show in remote-host box `box`.
     void clientShown(int box, const QString& address);
     void lamp(cvl::Lamp lamp);
-    void countersChanged(cvl::ServiceId id);
 
 private:
     struct Service {
         ServiceControls controls;
         TcpSocketArray* tcp = nullptr;
-        QUdpSocket* udp = nullptr;
+        DatagramSocket* udp = nullptr;
         ServiceProtocol* protocol = nullptr;
         RequestCounter tcpRequests;
         RequestCounter udpRequests;

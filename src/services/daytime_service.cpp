@@ -31,7 +31,7 @@ void DaytimeService::connectionAccepted(QTcpSocket& socket, int) {
     const QString text = replyText();
     const QByteArray bytes = text.toLocal8Bit();
     const QString client = addressText(socket.peerAddress());
-    const std::int16_t port = loggedPort(socket);
+    const std::int16_t port = loggedPort(socket.localPort());
     if (socket.write(bytes) != bytes.size()) {
         socket.abort();
     }
@@ -46,31 +46,26 @@ void DaytimeService::connectionReadyRead(QTcpSocket& socket, int) {
     socket.skip(socket.bytesAvailable());
 }
 
-void DaytimeService::datagramsPending(QUdpSocket& socket) {
-    reader_.readAll(socket, [this, &socket](const Datagram& request) {
-        // Counted before the read, so a datagram that cannot be read still counts.
-        if (!host_.countRequest(ServiceId::Daytime, Transport::Udp)) {
-            return;
-        }
-        host_.light(Lamp::UdpIn);
-        if (!request.readOk) {
-            return;
-        }
-        host_.light(Lamp::DataIn);
-        host_.showClient(1, request.senderText);
-        const QString text = replyText();
-        if (!host_.TimeSynced()) {
-            return;
-        }
-        const QByteArray bytes = text.toLocal8Bit();
-        if (socket.writeDatagram(bytes, request.sender, request.senderPort) != bytes.size()) {
-            return;
-        }
-        host_.light(Lamp::DataOut);
-        host_.CVLWLOG(text, request.senderText, loggedPort(socket),
-                      static_cast<std::int32_t>(text.size()), kName, QStringLiteral("UDP"));
-        host_.StatusUp();
-    });
+void DaytimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
+    // Counted first: before the clock is set a datagram is counted and shown, not answered.
+    if (!host_.countRequest(ServiceId::Daytime, Transport::Udp)) {
+        return;
+    }
+    host_.light(Lamp::UdpIn);
+    host_.light(Lamp::DataIn);
+    host_.showClient(1, request.senderText);
+    const QString text = replyText();
+    if (!host_.TimeSynced()) {
+        return;
+    }
+    const QByteArray bytes = text.toLocal8Bit();
+    if (!socket.send(bytes, request.sender)) {
+        return;
+    }
+    host_.light(Lamp::DataOut);
+    host_.CVLWLOG(text, request.senderText, loggedPort(socket.localPort()),
+                  static_cast<std::int32_t>(text.size()), kName, QStringLiteral("UDP"));
+    host_.StatusUp();
 }
 
 } // namespace cvl

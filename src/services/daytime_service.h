@@ -3,7 +3,6 @@
 // datagram.
 #pragma once
 
-#include "services/datagram_reader.h"
 #include "services/service_host.h"
 #include "services/service_protocol.h"
 
@@ -18,14 +17,13 @@ public:
     void connectionAccepted(QTcpSocket& socket, int index) override;
     void connectionReadyRead(QTcpSocket& socket, int) override;
     void connectionBytesWritten(QTcpSocket&, int) override {}
-    void datagramsPending(QUdpSocket& socket) override;
+    void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
     [[nodiscard]] QString replyText() const;
 
     ServiceHost& host_;
     const Clock& clock_;
-    DatagramReader reader_;
 };
 
 } // namespace cvl

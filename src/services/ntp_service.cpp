@@ -14,39 +14,36 @@ const QString kGoodNote = QStringLiteral("48 Bytes NTP...");
 NtpService::NtpService(ServiceHost& host)
     : host_(host) {}
 
-void NtpService::datagramsPending(QUdpSocket& socket) {
-    reader_.readAll(socket, [this, &socket](const Datagram& request) {
-        host_.light(Lamp::UdpIn);
-        // Every arrival is counted; an answer to our own query takes its count back.
-        [[maybe_unused]] const bool counted = host_.countRequest(ServiceId::Ntp, Transport::Udp);
-        const qint64 size = request.readOk ? request.data.size() : -1;
-        if (size == kNtpPacketSize) {
-            if (host_.AwaitingReply() && host_.isSyncAnswer(request.data)) {
-                host_.acceptSyncAnswer(request.data, request.sender);
-                return;
-            }
-            serveDatagram(socket, request);
+void NtpService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
+    host_.light(Lamp::UdpIn);
+    // Every arrival is counted; an answer to our own query takes its count back.
+    [[maybe_unused]] const bool counted = host_.countRequest(ServiceId::Ntp, Transport::Udp);
+    if (request.size == kNtpPacketSize) {
+        if (host_.AwaitingReply() && host_.isSyncAnswer(request.data)) {
+            host_.acceptSyncAnswer(request.data, request.sender.hostAddress());
             return;
         }
-        if (size == 1 && host_.AwaitingReply()) {
-            host_.syncDatagramFailed();
-            return;
-        }
-        logError(request.readOk ? size : 0, request.readOk ? 0 : int(socket.error()),
-                 request.senderText, loggedPort(socket), QStringLiteral("UDP"));
-    });
+        serveDatagram(socket, request);
+        return;
+    }
+    if (request.size == 1 && host_.AwaitingReply()) {
+        host_.syncDatagramFailed();
+        return;
+    }
+    logError(request.size, 0, request.senderText, loggedPort(socket.localPort()),
+             QStringLiteral("UDP"));
 }
 
-void NtpService::serveDatagram(QUdpSocket& socket, const Datagram& request) {
+void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) {
     host_.showClient(2, request.senderText);
     host_.light(Lamp::DataIn);
     const std::optional<NtpTimestamp> receive = host_.timeBase().GrabTime();
     if (!receive) {
         return;
     }
-    host_.CVLWLOG(kGoodNote, request.senderText, loggedPort(socket), 48, kName,
+    host_.CVLWLOG(kGoodNote, request.senderText, loggedPort(socket.localPort()), 48, kName,
                   QStringLiteral("UDP"));
-    GrabTCP123(request.data, *receive, nullptr, &socket, request.sender, request.senderPort);
+    GrabTCP123(request.data, *receive, nullptr, &socket, request.sender);
 }
 
 void NtpService::connectionReadyRead(QTcpSocket& socket, int) {
@@ -54,7 +51,7 @@ void NtpService::connectionReadyRead(QTcpSocket& socket, int) {
     const QByteArray request = socket.readAll();
     const QString client = addressText(socket.peerAddress());
     if (request.size() != kNtpPacketSize) {
-        logError(request.size(), 0, client, loggedPort(socket), QStringLiteral("TCP"));
+        logError(request.size(), 0, client, loggedPort(socket.localPort()), QStringLiteral("TCP"));
         socket.close();
         return;
     }
@@ -63,8 +60,9 @@ void NtpService::connectionReadyRead(QTcpSocket& socket, int) {
         socket.close();
         return;
     }
-    host_.CVLWLOG(kGoodNote, client, loggedPort(socket), 48, kName, QStringLiteral("TCP"));
-    GrabTCP123(request, *receive, &socket, nullptr, {}, 0);
+    host_.CVLWLOG(kGoodNote, client, loggedPort(socket.localPort()), 48, kName,
+                  QStringLiteral("TCP"));
+    GrabTCP123(request, *receive, &socket, nullptr, {});
 }
 
 void NtpService::connectionBytesWritten(QTcpSocket& socket, int) {
@@ -74,8 +72,8 @@ void NtpService::connectionBytesWritten(QTcpSocket& socket, int) {
 }
 
 void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
-                            QTcpSocket* connection, QUdpSocket* socket, const QHostAddress& to,
-                            quint16 toPort) {
+                            QTcpSocket* connection, DatagramSocket* socket,
+                            const DatagramPeer& to) {
     const std::optional<NtpTimestamp> transmit = host_.timeBase().GrabTime();
     if (!transmit) {
         if (connection != nullptr) {
@@ -94,8 +92,7 @@ void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
         }
         return;
     }
-    if (host_.TimeSynced() &&
-        socket->writeDatagram(data, kNtpPacketSize, to, toPort) == kNtpPacketSize) {
+    if (host_.TimeSynced() && socket->send(QByteArrayView(data, kNtpPacketSize), to)) {
         host_.StatusUp();
     }
 }

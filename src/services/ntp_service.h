@@ -3,7 +3,6 @@
 // the server's own synchronisation queries, which are handed over instead of served.
 #pragma once
 
-#include "services/datagram_reader.h"
 #include "services/service_host.h"
 #include "services/service_protocol.h"
 
@@ -16,18 +15,17 @@ public:
     void connectionAccepted(QTcpSocket&, int) override {}
     void connectionReadyRead(QTcpSocket& socket, int index) override;
     void connectionBytesWritten(QTcpSocket& socket, int index) override;
-    void datagramsPending(QUdpSocket& socket) override;
+    void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
-    void serveDatagram(QUdpSocket& socket, const Datagram& request);
+    void serveDatagram(DatagramSocket& socket, const Datagram& request);
     // Builds the reply and sends it, on the connection when there is one, else to `to`.
     void GrabTCP123(QByteArrayView request, const NtpTimestamp& receive, QTcpSocket* connection,
-                    QUdpSocket* socket, const QHostAddress& to, quint16 toPort);
+                    DatagramSocket* socket, const DatagramPeer& to);
     void logError(qint64 size, int error, const QString& client, std::int16_t port,
                   const QString& transport);
 
     ServiceHost& host_;
-    DatagramReader reader_;
 };
 
 } // namespace cvl

@@ -47,4 +47,9 @@ public:
     virtual void noteNtpMilliseconds(int ms) = 0;
 };
 
+// The port a socket serves on, as the log records it (16 bits, signed).
+[[nodiscard]] inline std::int16_t loggedPort(quint16 port) {
+    return static_cast<std::int16_t>(port);
+}
+
 } // namespace cvl

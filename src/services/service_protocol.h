@@ -3,8 +3,9 @@
 // sockets; a protocol only reads and writes them.
 #pragma once
 
+#include "platform/datagram_socket.h"
+
 #include <QTcpSocket>
-#include <QUdpSocket>
 
 namespace cvl {
 
@@ -16,8 +17,8 @@ public:
     virtual void connectionAccepted(QTcpSocket& socket, int index) = 0;
     virtual void connectionReadyRead(QTcpSocket& socket, int index) = 0;
     virtual void connectionBytesWritten(QTcpSocket& socket, int index) = 0;
-    // One or more datagrams wait on the service's UDP socket; all of them must be taken.
-    virtual void datagramsPending(QUdpSocket& socket) = 0;
+    // A datagram arrived on the service's UDP socket.
+    virtual void datagramArrived(DatagramSocket& socket, const Datagram& datagram) = 0;
 };
 
 // Takes everything in and answers nothing: the reply of a service whose answer is empty.
@@ -28,11 +29,7 @@ public:
         socket.skip(socket.bytesAvailable());
     }
     void connectionBytesWritten(QTcpSocket&, int) override {}
-    void datagramsPending(QUdpSocket& socket) override {
-        while (socket.hasPendingDatagrams()) {
-            socket.readDatagram(nullptr, 0);
-        }
-    }
+    void datagramArrived(DatagramSocket&, const Datagram&) override {}
 };
 
 } // namespace cvl

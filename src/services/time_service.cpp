@@ -21,8 +21,8 @@ void TimeService::connectionAccepted(QTcpSocket& socket, int) {
         return;
     }
     // Logged before anything is sent, unlike the UDP answer.
-    host_.CVLWLOG(kNote, addressText(socket.peerAddress()), loggedPort(socket), 4, kName,
-                  QStringLiteral("TCP"));
+    host_.CVLWLOG(kNote, addressText(socket.peerAddress()), loggedPort(socket.localPort()), 4,
+                  kName, QStringLiteral("TCP"));
     for (const std::uint8_t byte : *bytes) {
         host_.light(Lamp::DataOut);
         socket.write(reinterpret_cast<const char*>(&byte), 1);
@@ -35,22 +35,18 @@ void TimeService::connectionReadyRead(QTcpSocket& socket, int) {
     socket.skip(socket.bytesAvailable()); // whatever a client sends is not read
 }
 
-void TimeService::datagramsPending(QUdpSocket& socket) {
-    reader_.readAll(socket, [this, &socket](const Datagram& request) {
-        host_.light(Lamp::UdpIn);
-        if (!request.readOk) {
-            return;
-        }
-        host_.light(Lamp::DataIn);
-        if (!host_.countRequest(ServiceId::Time, Transport::Udp)) {
-            return;
-        }
-        SendNTP_UDP(socket, request);
-        host_.StatusUp();
-    });
+void TimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
+    // Whatever the datagram holds, even nothing, is answered.
+    host_.light(Lamp::UdpIn);
+    host_.light(Lamp::DataIn);
+    if (!host_.countRequest(ServiceId::Time, Transport::Udp)) {
+        return;
+    }
+    SendNTP_UDP(socket, request);
+    host_.StatusUp();
 }
 
-void TimeService::SendNTP_UDP(QUdpSocket& socket, const Datagram& request) {
+void TimeService::SendNTP_UDP(DatagramSocket& socket, const Datagram& request) {
     if (!host_.TimeSynced()) {
         return;
     }
@@ -60,14 +56,14 @@ void TimeService::SendNTP_UDP(QUdpSocket& socket, const Datagram& request) {
     }
     // One datagram a byte, most significant first: clients of this server expect it so.
     for (const std::uint8_t byte : *bytes) {
-        if (socket.writeDatagram(reinterpret_cast<const char*>(&byte), 1, request.sender,
-                                 request.senderPort) != 1) {
+        if (!socket.send(QByteArrayView(reinterpret_cast<const char*>(&byte), 1), request.sender)) {
             return;
         }
         host_.light(Lamp::DataOut);
     }
     host_.showClient(0, request.senderText);
-    host_.CVLWLOG(kNote, request.senderText, loggedPort(socket), 4, kName, QStringLiteral("UDP"));
+    host_.CVLWLOG(kNote, request.senderText, loggedPort(socket.localPort()), 4, kName,
+                  QStringLiteral("UDP"));
 }
 
 } // namespace cvl

@@ -3,7 +3,6 @@
 // whatever it holds, is answered with four datagrams of one byte each.
 #pragma once
 
-#include "services/datagram_reader.h"
 #include "services/service_host.h"
 #include "services/service_protocol.h"
 
@@ -16,13 +15,12 @@ public:
     void connectionAccepted(QTcpSocket& socket, int index) override;
     void connectionReadyRead(QTcpSocket& socket, int) override;
     void connectionBytesWritten(QTcpSocket&, int) override {}
-    void datagramsPending(QUdpSocket& socket) override;
+    void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
-    void SendNTP_UDP(QUdpSocket& socket, const Datagram& request);
+    void SendNTP_UDP(DatagramSocket& socket, const Datagram& request);
 
     ServiceHost& host_;
-    DatagramReader reader_;
 };
 
 } // namespace cvl

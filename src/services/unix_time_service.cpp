@@ -27,7 +27,7 @@ void UnixTimeService::connectionAccepted(QTcpSocket& socket, int) {
         socket.abort();
     }
     const QString client = addressText(socket.peerAddress());
-    const std::int16_t port = loggedPort(socket);
+    const std::int16_t port = loggedPort(socket.localPort());
     socket.close();
     host_.CVLWLOG(kNote, client, port, 4, kName, QStringLiteral("TCP"));
 }
@@ -36,29 +36,23 @@ void UnixTimeService::connectionReadyRead(QTcpSocket& socket, int) {
     socket.skip(socket.bytesAvailable());
 }
 
-void UnixTimeService::datagramsPending(QUdpSocket& socket) {
-    reader_.readAll(socket, [this, &socket](const Datagram& request) {
-        if (!host_.countRequest(ServiceId::Unix, Transport::Udp)) {
-            return;
-        }
-        host_.light(Lamp::UdpIn);
-        if (!request.readOk) {
-            return;
-        }
-        host_.light(Lamp::DataIn);
-        host_.showClient(0, request.senderText);
-        const std::optional<std::int32_t> seconds = host_.timeBase().unixSeconds();
-        if (!seconds || !host_.TimeSynced()) {
-            return;
-        }
-        const std::int32_t wire = qToBigEndian(*seconds);
-        if (socket.writeDatagram(reinterpret_cast<const char*>(&wire), 4, request.sender,
-                                 request.senderPort) != 4) {
-            return;
-        }
-        host_.CVLWLOG(kNote, request.senderText, loggedPort(socket), 4, kName,
-                      QStringLiteral("UDP"));
-    });
+void UnixTimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
+    if (!host_.countRequest(ServiceId::Unix, Transport::Udp)) {
+        return;
+    }
+    host_.light(Lamp::UdpIn);
+    host_.light(Lamp::DataIn);
+    host_.showClient(0, request.senderText);
+    const std::optional<std::int32_t> seconds = host_.timeBase().unixSeconds();
+    if (!seconds || !host_.TimeSynced()) {
+        return;
+    }
+    const std::int32_t wire = qToBigEndian(*seconds);
+    if (!socket.send(QByteArrayView(reinterpret_cast<const char*>(&wire), 4), request.sender)) {
+        return;
+    }
+    host_.CVLWLOG(kNote, request.senderText, loggedPort(socket.localPort()), 4, kName,
+                  QStringLiteral("UDP"));
 }
 
 } // namespace cvl

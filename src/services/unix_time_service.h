@@ -3,7 +3,6 @@
 // no longer fits and nothing is sent.
 #pragma once
 
-#include "services/datagram_reader.h"
 #include "services/service_host.h"
 #include "services/service_protocol.h"
 
@@ -16,11 +15,10 @@ public:
     void connectionAccepted(QTcpSocket& socket, int index) override;
     void connectionReadyRead(QTcpSocket& socket, int) override;
     void connectionBytesWritten(QTcpSocket&, int) override {}
-    void datagramsPending(QUdpSocket& socket) override;
+    void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
     ServiceHost& host_;
-    DatagramReader reader_;
 };
 
 } // namespace cvl

@@ -18,7 +18,7 @@ TimeQuery::~TimeQuery() {
     }
 }
 
-void TimeQuery::send(QUdpSocket& socket, const QString& host, quint16 port) {
+void TimeQuery::send(DatagramSocket& socket, const QString& host, quint16 port) {
     if (lookupId_ >= 0) {
         QHostInfo::abortHostLookup(lookupId_); // a newer query replaces a pending one
         lookupId_ = -1;
@@ -68,8 +68,12 @@ void TimeQuery::transmit(const QHostAddress& address) {
     awaitingReply_ = true;
     sendStamp_ = timeBase_.GrabTime().value_or(NtpTimestamp{});
     sendTicks_ = static_cast<std::int32_t>(clock_.tickCountMs());
-    if (socket_->writeDatagram(request.data(), request.size(), address, port_) !=
-        qint64(request.size())) {
+    // With the NTP service's UDP socket closed, the query goes out from a socket bound just
+    // for it, on a port of the system's choosing; the answer comes back there all the same.
+    if (!socket_->isBound()) {
+        socket_->bind(0);
+    }
+    if (!socket_->send(QByteArrayView(request.data(), qsizetype(request.size())), address, port_)) {
         emit sendFailed();
     }
 }

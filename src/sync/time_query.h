@@ -5,6 +5,7 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/datagram_socket.h"
 #include "sync/clock_adjustment.h"
 #include "timebase/time_base.h"
 
@@ -13,7 +14,6 @@
 #include <QHostInfo>
 #include <QObject>
 #include <QPointer>
-#include <QUdpSocket>
 #include <array>
 
 namespace cvl {
@@ -25,7 +25,7 @@ public:
     ~TimeQuery() override;
 
     // Sends one request to host:port from `socket`; sendFailed() when that cannot be done.
-    void send(QUdpSocket& socket, const QString& host, quint16 port);
+    void send(DatagramSocket& socket, const QString& host, quint16 port);
 
     [[nodiscard]] bool AwaitingReply() const { return awaitingReply_; }
     // Whether a 48-byte datagram answers the query: only bytes 24, 27 and 31 are compared with
@@ -55,7 +55,7 @@ private:
     TimeBase& timeBase_;
 
     // The query in flight.
-    QPointer<QUdpSocket> socket_;
+    QPointer<DatagramSocket> socket_;
     quint16 port_ = 123;
     int lookupId_ = -1;
     bool awaitingReply_ = false;

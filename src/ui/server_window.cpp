@@ -111,16 +111,12 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
         }
     });
 
-    // What the controller reports. Per-request signals only mark the display stale; it is
-    // redrawn a few times a second, however busy the server is.
-    refreshTimer_->setSingleShot(true);
-    refreshTimer_->setInterval(150);
-    connect(refreshTimer_, &QTimer::timeout, this, &ServerWindow::refresh);
-    connect(&server_, &CVL_Server::statusRefreshed, this, &ServerWindow::scheduleRefresh);
-    connect(&server_, &CVL_Server::countersChanged, this, &ServerWindow::scheduleRefresh);
-    connect(&server_, &CVL_Server::remoteHostChanged, this, &ServerWindow::scheduleRefresh);
+    // Traffic, counters and clients are read from the controller a few times a second, and
+    // only while the window is shown: a busy server does no display work per request.
+    refreshTimer_->setInterval(200);
+    connect(refreshTimer_, &QTimer::timeout, this, &ServerWindow::poll);
+    refreshTimer_->start();
     connect(&server_.listeners(), &ServiceListeners::serviceChanged, this, &ServerWindow::refresh);
-    connect(&server_, &CVL_Server::lampLit, lamps_, &TrafficLamps::light);
     connect(&server_, &CVL_Server::statusTextChanged, this, [this](const QString& text) {
         QString shown = text;
         status_->setText(shown.replace(QChar(13), QChar(10)));
@@ -341,10 +337,18 @@ int ServerWindow::selectedNode() const {
     return pages_->currentIndex() + 1;
 }
 
-void ServerWindow::scheduleRefresh() {
-    if (!refreshTimer_->isActive()) {
-        refreshTimer_->start();
+void ServerWindow::poll() {
+    if (!isVisible()) {
+        return;
     }
+    for (std::size_t i = 0; i < seenLampCounts_.size(); ++i) {
+        const auto lamp = static_cast<Lamp>(i);
+        if (server_.lampCount(lamp) != seenLampCounts_[i]) {
+            seenLampCounts_[i] = server_.lampCount(lamp);
+            lamps_->light(lamp);
+        }
+    }
+    refresh();
 }
 
 void ServerWindow::refresh() {

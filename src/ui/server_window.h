@@ -55,7 +55,7 @@ private:
     QWidget* buildAdvancedPage();
     void buildStatusBar();
     void buildTray();
-    void scheduleRefresh();
+    void poll();
     void refresh();
     void refreshServers();
     void refreshSyncControls();
@@ -81,6 +81,7 @@ private:
     QTimer* displayTimer_;
     QTimer* refreshTimer_;
     QSystemTrayIcon* tray_ = nullptr;
+    std::array<quint64, 4> seenLampCounts_{};
 };
 
 } // namespace cvl

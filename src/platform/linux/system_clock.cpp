@@ -11,10 +11,14 @@ SystemClock::SystemClock(bool mayStep)
 
 LocalDateTime SystemClock::localNow() const {
     const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-            local.tm_hour,        local.tm_min,     local.tm_sec};
+    if (now != brokenDownAt_) {
+        std::tm local{};
+        localtime_r(&now, &local);
+        brokenDown_ = {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+                       local.tm_hour,        local.tm_min,     local.tm_sec};
+        brokenDownAt_ = now;
+    }
+    return brokenDown_;
 }
 
 int SystemClock::localMilliseconds() const {

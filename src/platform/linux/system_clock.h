@@ -4,6 +4,8 @@
 
 #include "platform/clock.h"
 
+#include <ctime>
+
 namespace cvl {
 
 class SystemClock final : public Clock {
@@ -17,6 +19,9 @@ public:
 
 private:
     bool mayStep_;
+    // The calendar breakdown of the last second asked for: requests come many per second.
+    mutable std::time_t brokenDownAt_ = -1;
+    mutable LocalDateTime brokenDown_;
 };
 
 // True unless the environment forbids stepping the clock (CHRONVALE_NO_SET_CLOCK=1).

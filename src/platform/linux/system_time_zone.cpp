@@ -21,8 +21,12 @@ ZoneAt zoneAt(std::time_t moment) {
 } // namespace
 
 TimeZoneReading SystemTimeZone::GetTimeZoneInformation() const {
-    tzset();
     const std::time_t now = std::time(nullptr);
+    if (now == readAt_) {
+        return reading_;
+    }
+    readAt_ = now;
+    tzset(); // picks up a changed TZ or /etc/localtime
     const ZoneAt current = zoneAt(now);
 
     // The other half of the year tells the offset of the season we are not in.
@@ -42,7 +46,7 @@ TimeZoneReading SystemTimeZone::GetTimeZoneInformation() const {
         hasDaylightRules = true;
     }
 
-    TimeZoneReading reading;
+    TimeZoneReading& reading = reading_;
     reading.info.Bias = static_cast<std::int32_t>(-standardEast / 60);
     reading.info.DaylightBias = static_cast<std::int32_t>(-(daylightEast - standardEast) / 60);
     reading.info.StandardBias = 0;

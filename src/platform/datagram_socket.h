@@ -1,0 +1,92 @@
+// A UDP socket for the time services, built for many small requests: dual-stack, read in
+// batches of datagrams per system call, each sender's address kept as the kernel gave it and
+// shown as text without detours. One per service; the event loop says when to read.
+#pragma once
+
+#include <QByteArrayView>
+#include <QHostAddress>
+#include <QObject>
+#include <QString>
+#include <array>
+#include <memory>
+#include <netinet/in.h>
+
+class QSocketNotifier;
+
+namespace cvl {
+
+// Where a datagram came from, as the kernel gave it.
+struct DatagramPeer {
+    sockaddr_in6 address{};
+    [[nodiscard]] QHostAddress hostAddress() const;
+    [[nodiscard]] quint16 port() const { return ntohs(address.sin6_port); }
+    // IPv4 peers as dotted quads, without the mapping prefix.
+    [[nodiscard]] QString text() const;
+    [[nodiscard]] bool operator==(const DatagramPeer& other) const;
+};
+
+struct Datagram {
+    // The datagram's bytes; only its first kept bytes when it was longer than that.
+    QByteArrayView data;
+    // Its length as sent, however much was kept.
+    qsizetype size = 0;
+    DatagramPeer sender;
+    QString senderText;
+};
+
+class DatagramSocket final : public QObject {
+    Q_OBJECT
+public:
+    explicit DatagramSocket(QObject* parent = nullptr);
+    ~DatagramSocket() override;
+
+    enum class BindResult { Bound, AddressInUse, Failed };
+    // Binds to every address on `port` (0: any free one), not sharing it with anybody.
+    BindResult bind(quint16 port);
+    void close();
+    [[nodiscard]] bool isBound() const { return fd_ >= 0; }
+    [[nodiscard]] quint16 localPort() const { return port_; }
+
+    // Takes every waiting datagram (up to a bounded number per call, so that one busy port
+    // cannot starve the others; the event loop calls again while more wait).
+    template <typename Handle> void readPending(Handle&& handle) {
+        for (int round = 0; round < kRoundsPerCall; ++round) {
+            const int count = receiveBatch();
+            for (int i = 0; i < count; ++i) {
+                handle(datagram(i));
+            }
+            if (count < kBatch) {
+                return;
+            }
+        }
+    }
+
+    // Sends one datagram; false when the system refuses it.
+    bool send(QByteArrayView data, const DatagramPeer& to);
+    bool send(QByteArrayView data, const QHostAddress& to, quint16 port);
+
+signals:
+    // Datagrams wait to be read.
+    void readyRead();
+
+private:
+    static constexpr int kBatch = 32;
+    static constexpr int kRoundsPerCall = 8;
+    // Requests are small; of a longer datagram only its length matters to any service.
+    static constexpr int kKeptBytes = 2048;
+
+    int receiveBatch();
+    Datagram datagram(int index);
+
+    int fd_ = -1;
+    quint16 port_ = 0;
+    QSocketNotifier* notifier_ = nullptr;
+    std::unique_ptr<char[]> buffers_;
+    std::array<sockaddr_in6, kBatch> peers_{};
+    std::array<int, kBatch> sizes_{};
+    // Busy clients send many datagrams in a row: the text of the last sender is kept.
+    DatagramPeer lastPeer_;
+    QString lastPeerText_;
+};
+
+} // namespace cvl

@@ -1,0 +1,153 @@
+#include "platform/datagram_socket.h"
+
+#include <QSocketNotifier>
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace cvl {
+
+namespace {
+
+bool isMappedV4(const in6_addr& address) {
+    return IN6_IS_ADDR_V4MAPPED(&address) != 0;
+}
+
+} // namespace
+
+QHostAddress DatagramPeer::hostAddress() const {
+    if (isMappedV4(address.sin6_addr)) {
+        quint32 v4 = 0;
+        std::memcpy(&v4, address.sin6_addr.s6_addr + 12, 4);
+        return QHostAddress(ntohl(v4));
+    }
+    return QHostAddress(reinterpret_cast<const sockaddr*>(&address));
+}
+
+QString DatagramPeer::text() const {
+    char text[INET6_ADDRSTRLEN];
+    const bool v4 = isMappedV4(address.sin6_addr);
+    const char* written = v4 ? inet_ntop(AF_INET, address.sin6_addr.s6_addr + 12, text, sizeof text)
+                             : inet_ntop(AF_INET6, &address.sin6_addr, text, sizeof text);
+    return written != nullptr ? QString::fromLatin1(text) : QString();
+}
+
+bool DatagramPeer::operator==(const DatagramPeer& other) const {
+    return std::memcmp(&address.sin6_addr, &other.address.sin6_addr, sizeof address.sin6_addr) == 0;
+}
+
+DatagramSocket::DatagramSocket(QObject* parent)
+    : QObject(parent)
+    , buffers_(new char[static_cast<std::size_t>(kBatch) * kKeptBytes]) {}
+
+DatagramSocket::~DatagramSocket() {
+    close();
+}
+
+DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
+    close();
+    const int fd = ::socket(AF_INET6, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        return BindResult::Failed;
+    }
+    // One socket for IPv4 and IPv6 clients alike.
+    const int no = 0;
+    ::setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &no, sizeof no);
+    sockaddr_in6 any{};
+    any.sin6_family = AF_INET6;
+    any.sin6_addr = in6addr_any;
+    any.sin6_port = htons(port);
+    if (::bind(fd, reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0) {
+        const bool inUse = errno == EADDRINUSE;
+        ::close(fd);
+        return inUse ? BindResult::AddressInUse : BindResult::Failed;
+    }
+    fd_ = fd;
+    sockaddr_in6 local{};
+    socklen_t size = sizeof local;
+    ::getsockname(fd_, reinterpret_cast<sockaddr*>(&local), &size);
+    port_ = ntohs(local.sin6_port);
+    notifier_ = new QSocketNotifier(fd_, QSocketNotifier::Read, this);
+    connect(notifier_, &QSocketNotifier::activated, this, &DatagramSocket::readyRead);
+    return BindResult::Bound;
+}
+
+void DatagramSocket::close() {
+    delete notifier_;
+    notifier_ = nullptr;
+    if (fd_ >= 0) {
+        ::close(fd_);
+        fd_ = -1;
+        port_ = 0;
+    }
+}
+
+int DatagramSocket::receiveBatch() {
+    if (fd_ < 0) {
+        return 0;
+    }
+    std::array<mmsghdr, kBatch> messages{};
+    std::array<iovec, kBatch> vectors{};
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        vectors[i] = {buffers_.get() + i * kKeptBytes, kKeptBytes};
+        messages[i].msg_hdr.msg_iov = &vectors[i];
+        messages[i].msg_hdr.msg_iovlen = 1;
+        messages[i].msg_hdr.msg_name = &peers_[i];
+        messages[i].msg_hdr.msg_namelen = sizeof peers_[i];
+    }
+    // MSG_TRUNC: each length is the datagram's own, even where less was kept.
+    const int count = ::recvmmsg(fd_, messages.data(), kBatch, MSG_DONTWAIT | MSG_TRUNC, nullptr);
+    for (int i = 0; i < count; ++i) {
+        sizes_[static_cast<std::size_t>(i)] =
+            static_cast<int>(messages[static_cast<std::size_t>(i)].msg_len);
+    }
+    return count < 0 ? 0 : count;
+}
+
+Datagram DatagramSocket::datagram(int index) {
+    const auto i = static_cast<std::size_t>(index);
+    Datagram datagram;
+    datagram.size = sizes_[i];
+    datagram.data =
+        QByteArrayView(buffers_.get() + i * kKeptBytes, std::min(sizes_[i], kKeptBytes));
+    datagram.sender.address = peers_[i];
+    if (!(datagram.sender == lastPeer_) || lastPeerText_.isEmpty()) {
+        lastPeer_ = datagram.sender;
+        lastPeerText_ = datagram.sender.text();
+    }
+    datagram.senderText = lastPeerText_;
+    return datagram;
+}
+
+bool DatagramSocket::send(QByteArrayView data, const DatagramPeer& to) {
+    if (fd_ < 0) {
+        return false;
+    }
+    return ::sendto(fd_, data.data(), static_cast<std::size_t>(data.size()), MSG_DONTWAIT,
+                    reinterpret_cast<const sockaddr*>(&to.address),
+                    sizeof to.address) == data.size();
+}
+
+bool DatagramSocket::send(QByteArrayView data, const QHostAddress& to, quint16 port) {
+    DatagramPeer peer;
+    peer.address.sin6_family = AF_INET6;
+    peer.address.sin6_port = htons(port);
+    bool isV4 = false;
+    const quint32 v4 = to.toIPv4Address(&isV4);
+    if (isV4) {
+        // An IPv4 destination is reached through its mapped form on this dual-stack socket.
+        peer.address.sin6_addr.s6_addr[10] = 0xFF;
+        peer.address.sin6_addr.s6_addr[11] = 0xFF;
+        const quint32 network = htonl(v4);
+        std::memcpy(peer.address.sin6_addr.s6_addr + 12, &network, 4);
+    } else {
+        const Q_IPV6ADDR v6 = to.toIPv6Address();
+        std::memcpy(peer.address.sin6_addr.s6_addr, v6.c, 16);
+    }
+    return send(data, peer);
+}
+
+} // namespace cvl
