@@ -2,6 +2,7 @@
 // and tray icon, or none when headless), and runs the event loop until the window closes or
 // SIGINT/SIGTERM arrives.
 #include "app/command_line.h"
+#include "app/program_folder.h"
 #include "core/cvl_server.h"
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/system_clock.h"
@@ -17,8 +18,10 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 #include <cstdio>
 #include <memory>
+#include <unistd.h>
 
 namespace {
 
@@ -82,10 +85,17 @@ int main(int argc, char* argv[]) {
         return 1;
     }
 
+    const QString executableFolder = QCoreApplication::applicationDirPath();
     const QString programFolder =
-        QDir(line.dataDir.isEmpty() ? QCoreApplication::applicationDirPath() : line.dataDir)
+        QDir(line.dataDir.isEmpty()
+                 ? cvl::defaultProgramFolder(
+                       executableFolder, geteuid() == 0,
+                       QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation))
+                 : line.dataDir)
             .absolutePath();
     QDir().mkpath(programFolder);
+    // Before the server starts, so that it reads the list instead of asking the update server.
+    cvl::provideServerFile(programFolder, cvl::installedServerFile(executableFolder));
     QStringList command{QCoreApplication::applicationFilePath()};
     if (!line.dataDir.isEmpty()) {
         command << QStringLiteral("--data-dir") << programFolder;
