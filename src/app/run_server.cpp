@@ -1,5 +1,6 @@
 #include "app/run_server.h"
 
+#include "app/program_folder.h"
 #include "core/cvl_server.h"
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/system_clock.h"
@@ -13,7 +14,9 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 #include <cstdio>
+#include <unistd.h>
 
 namespace cvl {
 
@@ -70,13 +73,21 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
         return 1;
     }
 
+    // The desktop program runs from libexec; the daemon that handed over tells where it is.
+    const QString handedOver = qEnvironmentVariable("CHRONVALE_SERVER_PROGRAM");
+    const QString program =
+        handedOver.isEmpty() ? QCoreApplication::applicationFilePath() : handedOver;
+    const QString executableFolder = QFileInfo(program).absolutePath();
     const QString programFolder =
-        QDir(line.dataDir.isEmpty() ? QCoreApplication::applicationDirPath() : line.dataDir)
+        QDir(line.dataDir.isEmpty() ? defaultProgramFolder(executableFolder, geteuid() == 0,
+                                                           QStandardPaths::writableLocation(
+                                                               QStandardPaths::GenericDataLocation))
+                                    : line.dataDir)
             .absolutePath();
     QDir().mkpath(programFolder);
-    const QString handedOver = qEnvironmentVariable("CHRONVALE_SERVER_PROGRAM");
-    QStringList command{handedOver.isEmpty() ? QCoreApplication::applicationFilePath()
-                                             : handedOver};
+    // Before the server starts, so that it reads the list instead of asking the update server.
+    provideServerFile(programFolder, installedServerFile(executableFolder));
+    QStringList command{program};
     if (!line.dataDir.isEmpty()) {
         command << QStringLiteral("--data-dir") << programFolder;
     }

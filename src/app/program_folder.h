@@ -1,0 +1,30 @@
+// Where the program keeps its server file, Logs/ and the updater. A build tree or an unpacked
+// copy keeps them beside the executable; an installed copy cannot, since its executable sits in
+// a folder that is not the program's to write (bin/ of a prefix), so it keeps them in a data
+// folder of the machine (root) or of the user.
+#pragma once
+
+#include <QString>
+
+namespace cvl {
+
+// The machine's program folder for an installed copy run by root.
+inline const QString kSystemProgramFolder = QStringLiteral("/var/lib/chronvale-server");
+
+// The server file an installed copy ships, relative to the executable's folder
+// (<prefix>/share/chronvale-server/QBK_CVLS4.CVL), whether or not it is there.
+[[nodiscard]] QString installedServerFile(const QString& executableFolder);
+
+// The program folder when --data-dir names none: the executable's folder when it is writable
+// and not part of an installed copy; otherwise kSystemProgramFolder for root and
+// <dataHome>/chronvale-server for anybody else. Root may write to bin/ as well, which is why
+// an installed layout counts as well as the folder's permissions.
+[[nodiscard]] QString defaultProgramFolder(const QString& executableFolder, bool root,
+                                           const QString& dataHome);
+
+// Puts a copy of `shippedFile` into the program folder when that has no server file yet, so
+// that a fresh install synchronises without asking the update server first. A file already
+// there is never replaced. Returns whether the folder holds a server file afterwards.
+bool provideServerFile(const QString& programFolder, const QString& shippedFile);
+
+} // namespace cvl
