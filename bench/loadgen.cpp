@@ -1,7 +1,7 @@
 // Load generator for the time services, over loopback only. It counts a reply only when it is
 // right: an NTP reply must echo the request's transmit timestamp as its originate field, a
 // Time or Unix reply must be four bytes (however many datagrams carry them) within a few
-// seconds of this machine's clock, a Daytime reply a line of text.
+// seconds of this machine's clock, a Daytime reply a line of text with a time of day in it.
 //
 //   loadgen --port P --proto ntp|time|daytime|unix [--tcp] [--seconds S]
 //           [--window W]        UDP closed loop: W requests in flight (default 64)
@@ -335,7 +335,7 @@ void tcpLoad(const Options& o) {
                     if (o.proto == "ntp") {
                         right = c.got.size() == 48 && ntpOriginate(bytes) == 1;
                     } else if (o.proto == "daytime") {
-                        right = c.got.find(", ") != std::string::npos;
+                        right = c.got.find(':') != std::string::npos;
                     } else {
                         right = c.got.size() == 4 && plausibleSeconds(bytes, o.proto == "time");
                     }

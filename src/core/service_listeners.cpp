@@ -112,6 +112,10 @@ void ServiceListeners::connectionRequested(ServiceId id, qintptr descriptor) {
         ::close(static_cast<int>(descriptor));
         return;
     }
+    if (service.protocol->answersAtOnce()) {
+        answerAtOnce(id, static_cast<int>(descriptor));
+        return;
+    }
     const int index = InitTCP(id);
     QTcpSocket& socket = service.tcp->at(index);
     if (!socket.setSocketDescriptor(descriptor)) {
@@ -133,6 +137,21 @@ void ServiceListeners::connectionRequested(ServiceId id, qintptr descriptor) {
     emit lamp(Lamp::DataIn);
     emit lamp(Lamp::TcpIn);
     service.protocol->connectionAccepted(socket, index);
+}
+
+void ServiceListeners::answerAtOnce(ServiceId id, int descriptor) {
+    Service& service = at(id);
+    // The connection is answered and closed within this call: no socket of the array is
+    // needed for it, nor any round of the event loop.
+    ImmediateConnection connection(descriptor, PeerAddress::ofConnection(descriptor).text(),
+                                   service.tcp->listener().serverPort());
+    emit clientShown(0, connection.peerText());
+    if (serviceRow(id).countsTcpAccepts && !service.tcpRequests.increment()) {
+        return;
+    }
+    emit lamp(Lamp::DataIn);
+    emit lamp(Lamp::TcpIn);
+    service.protocol->answerAtOnce(connection);
 }
 
 void ServiceListeners::setTimeSynced() {

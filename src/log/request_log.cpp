@@ -138,6 +138,7 @@ void RequestLog::switchDay(const LocalDateTime& now) {
     cachedMonth_ = now.month;
     cachedDay_ = now.day;
     fileName_ = QFile::encodeName(dayFileName(folder_, now));
+    baseName_ = fileName_.mid(fileName_.lastIndexOf('/') + 1);
     datePart_.clear();
     appendTwoDigits(datePart_, now.year / 100);
     appendTwoDigits(datePart_, now.year);
@@ -189,7 +190,13 @@ void RequestLog::CVLWLOG(const QString& BytesD, const QString& RequestIP, std::i
     appendText(line_, CVLType);
     line_ += " - \r\n";
 
-    const int fd = ::open(fileName_.constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    // Opened relative to the Logs folder, so each record resolves one name, not the path.
+    if (folderFd_ < 0) {
+        folderFd_ = ::open(folderName_.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    }
+    const int fd =
+        folderFd_ < 0 ? -1
+                      : ::openat(folderFd_, baseName_.constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
     if (fd >= 0) {
         writeAll(fd, line_.data(), line_.size());
         ::close(fd);
@@ -198,10 +205,21 @@ void RequestLog::CVLWLOG(const QString& BytesD, const QString& RequestIP, std::i
     }
 }
 
+RequestLog::~RequestLog() {
+    if (folderFd_ >= 0) {
+        ::close(folderFd_);
+    }
+}
+
 // The first record of a day, or the Logs folder was removed: make the folder (one level; the
 // program folder is there) and a new file that starts with the header.
-void RequestLog::createAndAppend(const LocalDateTime& now) const {
+void RequestLog::createAndAppend(const LocalDateTime& now) {
     ::mkdir(folderName_.constData(), 0777); // usually EEXIST, which is fine
+    // The folder may be a new one: the next record opens it afresh.
+    if (folderFd_ >= 0) {
+        ::close(folderFd_);
+        folderFd_ = -1;
+    }
     int fd =
         ::open(fileName_.constData(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd >= 0) {

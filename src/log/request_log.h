@@ -23,6 +23,9 @@ public:
     // started, shown in the header of every new file.
     explicit RequestLog(const Clock& clock, QString programFolder, QString versionText,
                         const LocalDateTime& UpdateStamp);
+    ~RequestLog();
+    RequestLog(const RequestLog&) = delete;
+    RequestLog& operator=(const RequestLog&) = delete;
 
     void setIdentity(const QString& HostName, const QString& UserName, const QString& LocalAddress);
 
@@ -39,7 +42,7 @@ public:
 
 private:
     void switchDay(const LocalDateTime& now);
-    void createAndAppend(const LocalDateTime& now) const;
+    void createAndAppend(const LocalDateTime& now);
 
     const Clock& clock_;
     QString folder_;
@@ -54,6 +57,8 @@ private:
     int cachedMonth_ = 0;
     int cachedDay_ = 0;
     QByteArray fileName_;  // encoded path, NUL-terminated for open()
+    QByteArray baseName_;  // the file's name within the Logs folder
+    int folderFd_ = -1;    // the Logs folder, kept open between records
     std::string datePart_; // "YYYY-MM-DD "
     std::string line_;     // reused so that a record costs no allocation
 };

@@ -15,14 +15,16 @@ class QSocketNotifier;
 
 namespace cvl {
 
-// Where a datagram came from, as the kernel gave it.
-struct DatagramPeer {
+// Where a datagram or a connection came from, as the kernel gave it.
+struct PeerAddress {
+    // The other end of a connected socket.
+    [[nodiscard]] static PeerAddress ofConnection(int descriptor);
     sockaddr_in6 address{};
     [[nodiscard]] QHostAddress hostAddress() const;
     [[nodiscard]] quint16 port() const { return ntohs(address.sin6_port); }
     // IPv4 peers as dotted quads, without the mapping prefix.
     [[nodiscard]] QString text() const;
-    [[nodiscard]] bool operator==(const DatagramPeer& other) const;
+    [[nodiscard]] bool operator==(const PeerAddress& other) const;
 };
 
 struct Datagram {
@@ -30,7 +32,7 @@ struct Datagram {
     QByteArrayView data;
     // Its length as sent, however much was kept.
     qsizetype size = 0;
-    DatagramPeer sender;
+    PeerAddress sender;
     QString senderText;
 };
 
@@ -62,7 +64,7 @@ public:
     }
 
     // Sends one datagram; false when the system refuses it.
-    bool send(QByteArrayView data, const DatagramPeer& to);
+    bool send(QByteArrayView data, const PeerAddress& to);
     bool send(QByteArrayView data, const QHostAddress& to, quint16 port);
 
 signals:
@@ -85,7 +87,7 @@ private:
     std::array<sockaddr_in6, kBatch> peers_{};
     std::array<int, kBatch> sizes_{};
     // Busy clients send many datagrams in a row: the text of the last sender is kept.
-    DatagramPeer lastPeer_;
+    PeerAddress lastPeer_;
     QString lastPeerText_;
 };
 

@@ -1,6 +1,5 @@
 #include "services/daytime_service.h"
 
-#include "core/peer_address.h"
 #include "platform/clock.h"
 #include "services/daytime_text.h"
 
@@ -26,24 +25,16 @@ QString DaytimeService::replyText() const {
     return daytimeText(clock_.localNow(), timeBase.ZoneName(), QLocale::system());
 }
 
-void DaytimeService::connectionAccepted(QTcpSocket& socket, int) {
+void DaytimeService::answerAtOnce(ImmediateConnection& connection) {
     host_.light(Lamp::DataOut);
     const QString text = replyText();
-    const QByteArray bytes = text.toLocal8Bit();
-    const QString client = addressText(socket.peerAddress());
-    const std::int16_t port = loggedPort(socket.localPort());
-    if (socket.write(bytes) != bytes.size()) {
-        socket.abort();
-    }
-    host_.CVLWLOG(QStringLiteral("DayTime Request"), client, port,
-                  static_cast<std::int32_t>(text.size()), kName, QStringLiteral("TCP"));
-    socket.close();
-    host_.showClient(1, client);
+    // A refused send still logs; the connection closes either way.
+    connection.send(text.toLocal8Bit());
+    host_.CVLWLOG(QStringLiteral("DayTime Request"), connection.peerText(),
+                  loggedPort(connection.localPort()), static_cast<std::int32_t>(text.size()), kName,
+                  QStringLiteral("TCP"));
+    host_.showClient(1, connection.peerText());
     host_.StatusUp();
-}
-
-void DaytimeService::connectionReadyRead(QTcpSocket& socket, int) {
-    socket.skip(socket.bytesAvailable());
 }
 
 void DaytimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {

@@ -72,8 +72,7 @@ void NtpService::connectionBytesWritten(QTcpSocket& socket, int) {
 }
 
 void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
-                            QTcpSocket* connection, DatagramSocket* socket,
-                            const DatagramPeer& to) {
+                            QTcpSocket* connection, DatagramSocket* socket, const PeerAddress& to) {
     const std::optional<NtpTimestamp> transmit = host_.timeBase().GrabTime();
     if (!transmit) {
         if (connection != nullptr) {

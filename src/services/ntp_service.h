@@ -21,7 +21,7 @@ private:
     void serveDatagram(DatagramSocket& socket, const Datagram& request);
     // Builds the reply and sends it, on the connection when there is one, else to `to`.
     void GrabTCP123(QByteArrayView request, const NtpTimestamp& receive, QTcpSocket* connection,
-                    DatagramSocket* socket, const DatagramPeer& to);
+                    DatagramSocket* socket, const PeerAddress& to);
     void logError(qint64 size, int error, const QString& client, std::int16_t port,
                   const QString& transport);
 

@@ -1,7 +1,5 @@
 #include "services/time_service.h"
 
-#include "core/peer_address.h"
-
 namespace cvl {
 
 namespace {
@@ -14,25 +12,21 @@ const QString kName = QStringLiteral("Time");
 TimeService::TimeService(ServiceHost& host)
     : host_(host) {}
 
-void TimeService::connectionAccepted(QTcpSocket& socket, int) {
+void TimeService::answerAtOnce(ImmediateConnection& connection) {
     const auto bytes = host_.timeBase().timeProtocolBytes();
     if (!bytes) {
-        socket.close();
         return;
     }
     // Logged before anything is sent, unlike the UDP answer.
-    host_.CVLWLOG(kNote, addressText(socket.peerAddress()), loggedPort(socket.localPort()), 4,
-                  kName, QStringLiteral("TCP"));
-    for (const std::uint8_t byte : *bytes) {
+    host_.CVLWLOG(kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
+                  QStringLiteral("TCP"));
+    for (std::size_t i = 0; i < bytes->size(); ++i) {
         host_.light(Lamp::DataOut);
-        socket.write(reinterpret_cast<const char*>(&byte), 1);
     }
-    socket.close(); // flushes the four bytes first
+    // One byte after another, most significant first: to a TCP client that is one 4-byte
+    // stream, so the kernel gets them in one go.
+    connection.send(QByteArrayView(reinterpret_cast<const char*>(bytes->data()), 4));
     host_.StatusUp();
-}
-
-void TimeService::connectionReadyRead(QTcpSocket& socket, int) {
-    socket.skip(socket.bytesAvailable()); // whatever a client sends is not read
 }
 
 void TimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {

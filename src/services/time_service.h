@@ -12,8 +12,10 @@ class TimeService final : public ServiceProtocol {
 public:
     explicit TimeService(ServiceHost& host);
 
-    void connectionAccepted(QTcpSocket& socket, int index) override;
-    void connectionReadyRead(QTcpSocket& socket, int) override;
+    [[nodiscard]] bool answersAtOnce() const override { return true; }
+    void answerAtOnce(ImmediateConnection& connection) override;
+    void connectionAccepted(QTcpSocket&, int) override {}
+    void connectionReadyRead(QTcpSocket&, int) override {}
     void connectionBytesWritten(QTcpSocket&, int) override {}
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 

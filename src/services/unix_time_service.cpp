@@ -1,7 +1,5 @@
 #include "services/unix_time_service.h"
 
-#include "core/peer_address.h"
-
 #include <QtEndian>
 
 namespace cvl {
@@ -16,24 +14,15 @@ const QString kName = QStringLiteral("UnixTime");
 UnixTimeService::UnixTimeService(ServiceHost& host)
     : host_(host) {}
 
-void UnixTimeService::connectionAccepted(QTcpSocket& socket, int) {
+void UnixTimeService::answerAtOnce(ImmediateConnection& connection) {
     const std::optional<std::int32_t> seconds = host_.timeBase().unixSeconds();
     if (!seconds || !host_.TimeSynced()) {
-        socket.close();
         return;
     }
     const std::int32_t wire = qToBigEndian(*seconds);
-    if (socket.write(reinterpret_cast<const char*>(&wire), 4) != 4) {
-        socket.abort();
-    }
-    const QString client = addressText(socket.peerAddress());
-    const std::int16_t port = loggedPort(socket.localPort());
-    socket.close();
-    host_.CVLWLOG(kNote, client, port, 4, kName, QStringLiteral("TCP"));
-}
-
-void UnixTimeService::connectionReadyRead(QTcpSocket& socket, int) {
-    socket.skip(socket.bytesAvailable());
+    connection.send(QByteArrayView(reinterpret_cast<const char*>(&wire), 4));
+    host_.CVLWLOG(kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
+                  QStringLiteral("TCP"));
 }
 
 void UnixTimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {

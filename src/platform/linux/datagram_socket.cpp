@@ -18,7 +18,14 @@ bool isMappedV4(const in6_addr& address) {
 
 } // namespace
 
-QHostAddress DatagramPeer::hostAddress() const {
+PeerAddress PeerAddress::ofConnection(int descriptor) {
+    PeerAddress peer;
+    socklen_t size = sizeof peer.address;
+    ::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer.address), &size);
+    return peer;
+}
+
+QHostAddress PeerAddress::hostAddress() const {
     if (isMappedV4(address.sin6_addr)) {
         quint32 v4 = 0;
         std::memcpy(&v4, address.sin6_addr.s6_addr + 12, 4);
@@ -27,7 +34,7 @@ QHostAddress DatagramPeer::hostAddress() const {
     return QHostAddress(reinterpret_cast<const sockaddr*>(&address));
 }
 
-QString DatagramPeer::text() const {
+QString PeerAddress::text() const {
     char text[INET6_ADDRSTRLEN];
     const bool v4 = isMappedV4(address.sin6_addr);
     const char* written = v4 ? inet_ntop(AF_INET, address.sin6_addr.s6_addr + 12, text, sizeof text)
@@ -35,7 +42,7 @@ QString DatagramPeer::text() const {
     return written != nullptr ? QString::fromLatin1(text) : QString();
 }
 
-bool DatagramPeer::operator==(const DatagramPeer& other) const {
+bool PeerAddress::operator==(const PeerAddress& other) const {
     return std::memcmp(&address.sin6_addr, &other.address.sin6_addr, sizeof address.sin6_addr) == 0;
 }
 
@@ -122,7 +129,7 @@ Datagram DatagramSocket::datagram(int index) {
     return datagram;
 }
 
-bool DatagramSocket::send(QByteArrayView data, const DatagramPeer& to) {
+bool DatagramSocket::send(QByteArrayView data, const PeerAddress& to) {
     if (fd_ < 0) {
         return false;
     }
@@ -132,7 +139,7 @@ bool DatagramSocket::send(QByteArrayView data, const DatagramPeer& to) {
 }
 
 bool DatagramSocket::send(QByteArrayView data, const QHostAddress& to, quint16 port) {
-    DatagramPeer peer;
+    PeerAddress peer;
     peer.address.sin6_family = AF_INET6;
     peer.address.sin6_port = htons(port);
     bool isV4 = false;
