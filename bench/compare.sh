@@ -21,8 +21,10 @@ server=$root/build/src/app/chronvale-server
 work=$(mktemp -d)
 ns=cvlbench$$
 pids=()
+cvl="" chrony="" inetd="" responder=""
 cleanup() {
-  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+  # `ip netns exec` may fork: the processes found by name are ended as well as their launchers.
+  for pid in "${pids[@]}" ${cvl:-} ${chrony:-} ${inetd:-} ${responder:-}; do kill "$pid" 2>/dev/null || true; done
   wait 2>/dev/null || true
   ip netns delete "$ns" 2>/dev/null || true
   rm -rf "$work"
@@ -56,7 +58,7 @@ UNIX519=YES:YES:YES:1519
 CVL3777=NO:YES:NO:3777
 CONF
 inns taskset -c 1 "$loadgen" --respond 1999 & pids+=($!)
-sleep 0.3
+responder=$(pid_of loadgen "--respond 1999")
 inns env CHRONVALE_NO_SET_CLOCK=1 XDG_CONFIG_HOME="$work/xdg" taskset -c 0 "$server" --headless \
   --no-set-clock --settings "$work/settings.conf" --data-dir "$work/data" --reference-port 1999 \
   2> "$work/server.err" & pids+=($!)

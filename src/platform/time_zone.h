@@ -30,7 +30,7 @@ struct TimeZoneReading {
 class TimeZone {
 public:
     virtual ~TimeZone() = default;
-    [[nodiscard]] virtual TimeZoneReading GetTimeZoneInformation() const = 0;
+    [[nodiscard]] virtual const TimeZoneReading& GetTimeZoneInformation() const = 0;
 };
 
 } // namespace cvl

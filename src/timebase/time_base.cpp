@@ -30,7 +30,7 @@ TimeBase::TimeBase(const Clock& clock, const TimeZone& zone)
     , zone_(zone) {}
 
 std::optional<std::int32_t> TimeBase::GrabBias() const {
-    const TimeZoneReading reading = zone_.GetTimeZoneInformation();
+    const TimeZoneReading& reading = zone_.GetTimeZoneInformation();
     std::optional<std::int32_t> biasMinutes = reading.info.Bias;
     if (reading.result == TimeZoneIdDaylight) {
         biasMinutes = toInt32(std::int64_t{reading.info.Bias} + reading.info.DaylightBias);
@@ -111,7 +111,7 @@ std::optional<NtpTimestamp> TimeBase::GrabTime() {
 }
 
 QString TimeBase::svrBIAS() {
-    const TimeZoneReading reading = zone_.GetTimeZoneInformation();
+    const TimeZoneReading& reading = zone_.GetTimeZoneInformation();
     const QString& name = reading.result == TimeZoneIdDaylight ? reading.info.DaylightName
                                                                : reading.info.StandardName;
     const qsizetype nul = name.indexOf(QChar(u'\0'));

@@ -7,7 +7,7 @@ namespace cvl::test {
 
 class FakeTimeZone final : public TimeZone {
 public:
-    [[nodiscard]] TimeZoneReading GetTimeZoneInformation() const override { return reading; }
+    [[nodiscard]] const TimeZoneReading& GetTimeZoneInformation() const override { return reading; }
 
     // Eastern time in summer: Bias 300, DaylightBias -60, daylight in effect.
     static FakeTimeZone easternDaylight() {

@@ -20,7 +20,7 @@ ZoneAt zoneAt(std::time_t moment) {
 
 } // namespace
 
-TimeZoneReading SystemTimeZone::GetTimeZoneInformation() const {
+const TimeZoneReading& SystemTimeZone::GetTimeZoneInformation() const {
     const std::time_t now = std::time(nullptr);
     if (now == readAt_) {
         return reading_;
@@ -57,7 +57,7 @@ TimeZoneReading SystemTimeZone::GetTimeZoneInformation() const {
     } else {
         reading.result = hasDaylightRules ? TimeZoneIdStandard : TimeZoneIdUnknown;
     }
-    return reading;
+    return reading_;
 }
 
 } // namespace cvl

@@ -11,7 +11,7 @@ namespace cvl {
 // neither the zone's rules nor the season can change, and every request asks for it.
 class SystemTimeZone final : public TimeZone {
 public:
-    [[nodiscard]] TimeZoneReading GetTimeZoneInformation() const override;
+    [[nodiscard]] const TimeZoneReading& GetTimeZoneInformation() const override;
 
 private:
     mutable std::time_t readAt_ = -1;
