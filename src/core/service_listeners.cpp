@@ -9,7 +9,7 @@
 
 namespace cvl {
 
-ServiceListeners::ServiceListeners(QObject* parent)
+ServiceListeners::ServiceListeners(QObject* parent, std::chrono::milliseconds idleLimit)
     : QObject(parent)
     , silent_(std::make_unique<SilentProtocol>()) {
     for (const ServiceRow& row : serviceTable()) {
@@ -17,16 +17,13 @@ ServiceListeners::ServiceListeners(QObject* parent)
         // Until a saved value says otherwise, a port box shows the service's usual port.
         service.controls.portText = QString::number(row.defaultPort);
         service.protocol = silent_.get();
-        service.tcp = new TcpSocketArray(this);
+        service.tcp = new TcpSocketArray(this, idleLimit);
         service.udp = new DatagramSocket(this);
 
         const ServiceId id = row.id;
         TcpSocketArray* array = service.tcp;
         connect(&array->listener(), &TcpListener::connectionRequested, this,
                 [this, id](qintptr descriptor) { connectionRequested(id, descriptor); });
-        // A listener that fails is closed and stays closed until it is restarted.
-        connect(&array->listener(), &QTcpServer::acceptError, this,
-                [array] { array->listener().close(); });
         connect(array, &TcpSocketArray::readyRead, this, [this, id](int index) {
             at(id).protocol->connectionReadyRead(at(id).tcp->at(index), index);
         });
@@ -122,6 +119,7 @@ void ServiceListeners::connectionRequested(ServiceId id, qintptr descriptor) {
         ::close(static_cast<int>(descriptor));
         return;
     }
+    service.tcp->accepted(index);
     const ServiceRow& row = serviceRow(id);
     QString shown = addressText(socket.peerAddress());
     if (row.acceptShowsPort) {

@@ -34,7 +34,8 @@ inline const QString kPortRegisteredTip = QStringLiteral(" Change Registered Suc
 class ServiceListeners final : public QObject {
     Q_OBJECT
 public:
-    explicit ServiceListeners(QObject* parent = nullptr);
+    explicit ServiceListeners(QObject* parent = nullptr,
+                              std::chrono::milliseconds idleLimit = kIdleConnectionLimit);
     ~ServiceListeners() override;
 
     // Who answers a service's traffic; until set, it is taken in and left unanswered.

@@ -2,11 +2,63 @@
 
 namespace cvl {
 
-TcpSocketArray::TcpSocketArray(QObject* parent)
+TcpSocketArray::TcpSocketArray(QObject* parent, std::chrono::milliseconds idleLimit)
     : QObject(parent)
-    , listener_(this) {
+    , listener_(this)
+    , idleCheck_(new QTimer(this))
+    , idleLimit_(idleLimit)
+    , acceptRetry_(new QTimer(this)) {
     // Room for bursts of clients while the event loop is busy elsewhere.
     listener_.setListenBacklogSize(4096);
+    clock_.start();
+    idleCheck_->setInterval(
+        std::max<std::chrono::milliseconds>(idleLimit / 6, std::chrono::milliseconds(50)));
+    connect(idleCheck_, &QTimer::timeout, this, &TcpSocketArray::closeIdle);
+
+    // A failed accept (no descriptor left, say) is the new connection's failure, not the
+    // listener's: the listener stays open and tries again shortly. Qt has paused accepting,
+    // so nothing spins in between.
+    acceptRetry_->setSingleShot(true);
+    acceptRetry_->setInterval(100);
+    connect(acceptRetry_, &QTimer::timeout, this, [this] {
+        if (listener_.isListening()) {
+            listener_.resumeAccepting();
+        }
+    });
+    connect(&listener_, &QTcpServer::acceptError, this, [this](QAbstractSocket::SocketError error) {
+        if (error == QAbstractSocket::SocketResourceError ||
+            error == QAbstractSocket::UnknownSocketError) {
+            acceptRetry_->start();
+        } else {
+            listener_.close(); // a failing listener stays closed until it is restarted
+        }
+    });
+}
+
+void TcpSocketArray::accepted(int index) {
+    lastActivityMs_[static_cast<std::size_t>(index - 1)] = clock_.elapsed();
+    if (!idleCheck_->isActive()) {
+        idleCheck_->start();
+    }
+}
+
+void TcpSocketArray::closeIdle() {
+    const qint64 now = clock_.elapsed();
+    bool anyOpen = false;
+    for (std::size_t i = 0; i < connections_.size(); ++i) {
+        QTcpSocket* socket = connections_[i];
+        if (socket->state() == QAbstractSocket::UnconnectedState) {
+            continue;
+        }
+        if (now - lastActivityMs_[i] >= idleLimit_.count()) {
+            socket->abort();
+        } else {
+            anyOpen = true;
+        }
+    }
+    if (!anyOpen) {
+        idleCheck_->stop();
+    }
 }
 
 int TcpSocketArray::freeIndex() {
@@ -17,8 +69,12 @@ int TcpSocketArray::freeIndex() {
     }
     auto* socket = new QTcpSocket(this);
     connections_.push_back(socket);
+    lastActivityMs_.push_back(0);
     const int index = upperBound();
-    connect(socket, &QTcpSocket::readyRead, this, [this, index] { emit readyRead(index); });
+    connect(socket, &QTcpSocket::readyRead, this, [this, index] {
+        lastActivityMs_[static_cast<std::size_t>(index - 1)] = clock_.elapsed();
+        emit readyRead(index);
+    });
     connect(socket, &QTcpSocket::bytesWritten, this,
             [this, index](qint64 bytes) { emit bytesWritten(index, bytes); });
     // A peer that goes away or fails simply closes its element, ready for reuse.

@@ -3,8 +3,11 @@
 // the next client, so the array only grows to the most simultaneous clients seen.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
+#include <chrono>
 #include <vector>
 
 namespace cvl {
@@ -23,10 +26,15 @@ protected:
     void incomingConnection(qintptr descriptor) override { emit connectionRequested(descriptor); }
 };
 
+// Connections that stay quiet longer than this are closed, so that clients which connect and
+// never send cannot use up the descriptors.
+inline constexpr std::chrono::milliseconds kIdleConnectionLimit{30000};
+
 class TcpSocketArray final : public QObject {
     Q_OBJECT
 public:
-    explicit TcpSocketArray(QObject* parent = nullptr);
+    explicit TcpSocketArray(QObject* parent = nullptr,
+                            std::chrono::milliseconds idleLimit = kIdleConnectionLimit);
 
     [[nodiscard]] TcpListener& listener() { return listener_; }
     [[nodiscard]] const TcpListener& listener() const { return listener_; }
@@ -36,14 +44,24 @@ public:
     [[nodiscard]] QTcpSocket& at(int index) { return *connections_[index - 1]; }
     // Highest element index in use (0 while only the listener exists).
     [[nodiscard]] int upperBound() const { return static_cast<int>(connections_.size()); }
+    // A connection was accepted on element `index`: its idle time starts now.
+    void accepted(int index);
 
 signals:
     void readyRead(int index);
     void bytesWritten(int index, qint64 bytes);
 
 private:
+    void closeIdle();
+
     TcpListener listener_;
     std::vector<QTcpSocket*> connections_; // owned through Qt parenting
+    std::vector<qint64> lastActivityMs_;   // per element, on `clock_`
+    QElapsedTimer clock_;
+    QTimer* idleCheck_;
+    std::chrono::milliseconds idleLimit_;
+    // Out of descriptors: accepting resumes after a pause instead of failing in a loop.
+    QTimer* acceptRetry_;
 };
 
 } // namespace cvl

@@ -152,6 +152,22 @@ private slots:
         QCOMPARE(listeners.tcpRequests(ServiceId::Time).value(), 1);
     }
 
+    void quietClientsAreClosed() {
+        ServiceListeners listeners(nullptr, std::chrono::milliseconds(300));
+        listeners.setTimeSynced();
+        const quint16 port = freePort();
+        listeners.applySetting(ServiceId::Client, setting("YES:YES:NO", port));
+        auto quiet = connectTo(port);
+        auto talking = connectTo(port);
+        QTRY_COMPARE(listeners.tcpArray(ServiceId::Client).upperBound(), 2);
+        for (int i = 0; i < 5; ++i) { // keeps talking across the limit
+            QTest::qWait(100);
+            talking->write("x");
+        }
+        QTRY_COMPARE(quiet->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(talking->state(), QAbstractSocket::ConnectedState);
+    }
+
     void closedSocketsAreReused() {
         ServiceListeners listeners;
         listeners.setTimeSynced();
