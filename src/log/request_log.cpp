@@ -44,8 +44,9 @@ QString withoutZone(const QString& format) {
 }
 
 void appendTwoDigits(std::string& out, int value) {
-    out.push_back(static_cast<char>('0' + value / 10 % 10));
-    out.push_back(static_cast<char>('0' + value % 10));
+    const char digits[2] = {static_cast<char>('0' + value / 10 % 10),
+                            static_cast<char>('0' + value % 10)};
+    out.append(digits, 2);
 }
 
 void appendNumber(std::string& out, std::int32_t value) {
@@ -54,18 +55,23 @@ void appendNumber(std::string& out, std::int32_t value) {
     out.append(digits, end);
 }
 
-// Addresses and protocol names are ASCII; anything else goes through the UTF-8 encoder.
+// Addresses and protocol names are short ASCII, copied in one go; anything else goes through
+// the UTF-8 encoder.
 void appendText(std::string& out, QStringView text) {
-    const std::size_t start = out.size();
-    for (const QChar c : text) {
-        if (c.unicode() >= 0x80) {
-            out.resize(start);
-            const QByteArray utf8 = text.toUtf8();
-            out.append(utf8.constData(), static_cast<std::size_t>(utf8.size()));
+    char ascii[64];
+    if (text.size() <= qsizetype(sizeof ascii)) {
+        const char16_t* units = text.utf16();
+        qsizetype i = 0;
+        for (; i < text.size() && units[i] < 0x80; ++i) {
+            ascii[i] = static_cast<char>(units[i]);
+        }
+        if (i == text.size()) {
+            out.append(ascii, static_cast<std::size_t>(i));
             return;
         }
-        out.push_back(static_cast<char>(c.unicode()));
     }
+    const QByteArray utf8 = text.toUtf8();
+    out.append(utf8.constData(), static_cast<std::size_t>(utf8.size()));
 }
 
 void appendText(std::string& out, const QString& text) {

@@ -12,6 +12,7 @@ namespace cvl {
 namespace {
 
 constexpr double two32 = 4294967296.0;
+constexpr std::array<double, 4> kPowersOf256{1.0, 256.0, 65536.0, 16777216.0};
 // Zone names are held in fixed 32-character fields.
 constexpr qsizetype zoneNameLength = 32;
 
@@ -87,7 +88,7 @@ std::optional<NtpTimestamp> TimeBase::GrabTime() {
 
     NtpTimestamp stamp{};
     for (int i = 3; i >= 0; --i) {
-        const double scale = std::ldexp(1.0, 8 * i); // 256^i
+        const double scale = kPowersOf256[static_cast<std::size_t>(i)];
         const double digit = std::floor(seconds / scale);
         if (digit < 0 || digit > 255) {
             return std::nullopt;
