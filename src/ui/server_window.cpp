@@ -81,8 +81,9 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
         item->setData(0, Qt::UserRole, kNodes[i].displayNumber);
     }
     root->setExpanded(true);
-    tree_->setMinimumWidth(
-        tree_->fontMetrics().horizontalAdvance(QStringLiteral("CVL Server Client Server")) + 48);
+    // As wide as its longest node: the room is the pages'.
+    tree_->setFixedWidth(
+        tree_->fontMetrics().horizontalAdvance(QStringLiteral("CVL Server Client Server")) + 64);
 
     pages_->addWidget(overview_);
     for (int number = 2; number <= 6; ++number) {
