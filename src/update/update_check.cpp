@@ -42,7 +42,7 @@ UpdateCheck::UpdateCheck(UpdateHost& host, Prompter& prompter, Launcher& launche
     , updatePort_(updatePort)
     , appVersion_(std::move(AppVersion)) {
     connect(&qbk, &QTcpSocket::connected, this, &UpdateCheck::sendRequest);
-    connect(&qbk, &QTcpSocket::readyRead, this, &UpdateCheck::received);
+    connect(&qbk, &QTcpSocket::readyRead, this, &UpdateCheck::readSocket);
     connect(&qbk, &QTcpSocket::errorOccurred, this, &UpdateCheck::failed);
 }
 
@@ -63,10 +63,13 @@ void UpdateCheck::sendRequest() {
     qbk.write(request.toLatin1());
 }
 
+void UpdateCheck::readSocket() {
+    received(qbk.readAll());
+}
+
 // Each arrival is handled as it comes, without waiting for the rest: the body is counted
 // against the announced length, and only an exact match finishes the exchange.
-void UpdateCheck::received() {
-    const QByteArray chunk = qbk.readAll();
+void UpdateCheck::received(const QByteArray& chunk) {
     if (chunk.isEmpty()) {
         return;
     }

@@ -40,6 +40,8 @@ public:
     // Starts over: drops whatever the socket was doing and connects to the update server,
     // which is then asked for the version file or, once wanted, the server file.
     void QBKUpdate();
+    // Handles one arrival from the update server, whatever part of the response it holds.
+    void received(const QByteArray& chunk);
     // Acts on a received version file (headers and body, as they arrived).
     void saveIT(const QByteArray& qbkdata);
     // The controller has read the downloaded server file: the next check asks for the
@@ -51,7 +53,7 @@ public:
 
 private:
     void sendRequest();
-    void received();
+    void readSocket();
     void failed(QAbstractSocket::SocketError error);
     [[nodiscard]] QString serverFilePath() const;
 

@@ -64,6 +64,9 @@ private slots:
         QCOMPARE(store.queryValue(HKEY_LOCAL_MACHINE, kHome, QStringLiteral("Note"), text),
                  long{ERROR_FILE_NOT_FOUND});
         QCOMPARE(store.setValue(0x1234, kHome, QStringLiteral("X"), {}), long{ERROR_BADKEY});
+        // An INI file has no line for an empty name in the program's own key.
+        QCOMPARE(store.setValue(HKEY_LOCAL_MACHINE, kHome, QStringLiteral("/"), {}),
+                 long{ERROR_INVALID_PARAMETER});
     }
 
     void autostartEntry() {

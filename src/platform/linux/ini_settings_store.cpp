@@ -82,7 +82,13 @@ long IniSettingsStore::setValue(RegistryRoot root, const QString& subKey, const 
     if (registryRootName(root).isEmpty()) {
         return ERROR_BADKEY;
     }
-    settings_.setValue(keyFor(root, subKey, name), text);
+    const QString key = keyFor(root, subKey, name);
+    // An empty name (or one of slashes only) in the program's own key leaves QSettings an
+    // empty key, which it drops without a word: say so rather than report the value written.
+    if (key.count(QLatin1Char('/')) == key.size()) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    settings_.setValue(key, text);
     return syncResult();
 }
 

@@ -1,0 +1,84 @@
+// A saved settings value, which anybody who can edit the settings file may write: read as each
+// kind of value is read (a service's, the general one, the numbers inside them), written back
+// and read again, and applied to a service's listeners as start-up applies it. A port that
+// would open a socket is replaced by 0 first, so that the kernel picks a free one.
+#include "core/leading_number.h"
+#include "core/service_listeners.h"
+#include "core/settings_values.h"
+#include "fuzz_support.h"
+#include "sync/sync_schedule.h"
+
+using namespace cvl;
+
+namespace {
+
+struct State {
+    State(int* argc, char*** argv)
+        : app(*argc, *argv) {}
+
+    QCoreApplication app;
+    ServiceListeners listeners;
+};
+
+State* state = nullptr;
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+    fuzz::prepareProcess();
+    static State instance(argc, argv);
+    state = &instance;
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const QString text =
+        QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+
+    const ServiceSetting service = parseServiceSetting(text);
+    if (service.wellFormed) {
+        const ServiceSetting again = parseServiceSetting(
+            formatServiceSetting(service.enabled, service.tcp, service.udp, service.port));
+        fuzz::require(again.wellFormed && again.enabled == service.enabled &&
+                      again.tcp == service.tcp && again.udp == service.udp &&
+                      again.port == service.port);
+    }
+
+    const GeneralSetting general = parseGeneralSetting(text);
+    const GeneralSetting again = parseGeneralSetting(formatGeneralSetting(general));
+    fuzz::require(again.randomCheck == general.randomCheck &&
+                  again.syncEvery == general.syncEvery && again.syncUnit == general.syncUnit &&
+                  again.regionCode == general.regionCode &&
+                  again.ntpFirstByte == general.ntpFirstByte);
+    SyncSchedule schedule;
+    schedule.CalcIntC(general.syncEvery, general.syncUnit);
+    [[maybe_unused]] const bool due = schedule.tick();
+    [[maybe_unused]] const QString kept = SyncSchedule::keepNumeric(general.syncEvery);
+
+    const double number = leadingNumber(text);
+    const std::optional<std::int16_t> small = roundToInt16(number);
+    const std::optional<std::int32_t> large = roundToInt32(number);
+    fuzz::require(!small || (large && *large == *small));
+    [[maybe_unused]] const bool numeric = isNumericText(text);
+
+    // The listeners read the port as the check below does; only a port that would open a
+    // socket is replaced.
+    const auto id = static_cast<ServiceId>(size % kServiceCount);
+    QString value = text;
+    const std::optional<std::int16_t> port = roundToInt16(leadingNumber(service.port));
+    if (service.wellFormed && port && *port >= 0) {
+        QStringList fields = text.split(QLatin1Char(':'));
+        fields[3] = QStringLiteral("0");
+        value = fields.join(QLatin1Char(':'));
+    }
+    state->listeners.applySetting(id, value);
+    if (service.wellFormed && service.enabled) {
+        fuzz::require(state->listeners.settingText(id).startsWith(QLatin1String("YES:")));
+    }
+    state->listeners.closeTcpListener(id);
+    state->listeners.closeUdpSocket(id);
+    // A closed listener hands its socket engine to deleteLater(); without an event loop
+    // running, only an explicit request deletes it.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return 0;
+}

@@ -1,0 +1,68 @@
+// What the fuzz targets share: Qt's messages kept out of the fuzzer's output, invariants that
+// stop the run like a crash, and a controller on fakes with some services open.
+#pragma once
+
+#include "platform/datagram_socket.h"
+#include "server_rig.h"
+
+#include <QCoreApplication>
+#include <cstdio>
+#include <cstdlib>
+
+namespace cvl::fuzz {
+
+// First thing in LLVMFuzzerInitialize. The targets use the fake clock; the variable keeps the
+// real one safe even from a target that reached it by mistake.
+inline void prepareProcess() {
+    qputenv("CHRONVALE_NO_SET_CLOCK", "1");
+    // Warnings at every input would slow the run to a crawl; only the serious ones are shown.
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
+        if (type == QtCriticalMsg || type == QtFatalMsg) {
+            std::fprintf(stderr, "%s\n", qPrintable(text));
+        }
+    });
+}
+
+// A datagram from 127.0.0.1:`port`, as the services' socket hands one over.
+inline Datagram loopbackDatagram(QByteArrayView bytes, quint16 port) {
+    Datagram datagram;
+    datagram.data = bytes;
+    datagram.size = bytes.size();
+    datagram.sender.address.sin6_family = AF_INET6;
+    datagram.sender.address.sin6_port = htons(port);
+    datagram.sender.address.sin6_addr.s6_addr[10] = 0xFF;
+    datagram.sender.address.sin6_addr.s6_addr[11] = 0xFF;
+    datagram.sender.address.sin6_addr.s6_addr[12] = 127;
+    datagram.sender.address.sin6_addr.s6_addr[15] = 1;
+    datagram.senderText = QStringLiteral("127.0.0.1");
+    return datagram;
+}
+
+// A broken invariant is reported like a crash, with the input that broke it.
+inline void require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
+// Starts a controller on fakes with the named services open for UDP only, on ports of the
+// kernel's choosing. Its one reference server is 127.0.0.1:`referencePort` in region NA; any
+// other `region` leaves the pool empty, so that it never asks. Logging is off: records do not
+// depend on the input, and the file would grow with every one.
+inline CVL_Server& startServer(test::ServerRig& rig, const QStringList& services,
+                               const QString& region, quint16 referencePort) {
+    rig.options.referencePort = referencePort;
+    rig.writeServerFile({QStringLiteral("127.0.0.1:::Loopback NA:::2:::")});
+    rig.store.putHome(QStringLiteral("Settings"),
+                      QStringLiteral("NO:59:Minutes/s:%1:36").arg(region));
+    for (const QString& name : services) {
+        rig.store.putHome(name, QStringLiteral("YES:NO:YES:0"));
+    }
+    CVL_Server& server = rig.server();
+    server.setRandomSource([] { return 0.5; });
+    server.start();
+    server.setEnableLogging(false);
+    return server;
+}
+
+} // namespace cvl::fuzz

@@ -1,0 +1,99 @@
+// A datagram on the Time, Daytime or Unix-time UDP socket, handed to its service as the
+// socket handler hands each one over, with the controller (on fakes) as the host. The services
+// answer whatever a datagram holds, so the input also sets the clock, as a reference server's
+// answer could have set it: the answers then cover every date the clock can be stepped to.
+//
+// Byte 0 sets the scene:
+//   bits 0-1  0 or 3: Time; 1: Daytime; 2: Unix time
+//   bit 2     the clock has been set once (answers go out)
+//   bit 3     Julian dates on the Daytime service
+// Bytes 1-4: the clock, seconds since 1900 (UTC, most significant first). The rest: the
+// datagram.
+#include "fuzz_support.h"
+#include "services/daytime_service.h"
+#include "services/time_service.h"
+#include "services/unix_time_service.h"
+
+#include <QDateTime>
+#include <QUdpSocket>
+#include <QtEndian>
+#include <memory>
+#include <vector>
+
+using namespace cvl;
+
+namespace {
+
+struct Scene {
+    test::ServerRig rig;
+    std::unique_ptr<TimeService> time;
+    std::unique_ptr<DaytimeService> daytime;
+    std::unique_ptr<UnixTimeService> unixTime;
+};
+
+struct State {
+    State(int* argc, char*** argv)
+        : app(*argc, *argv) {
+        sink.bind(QHostAddress::LocalHost, 0); // takes the answers, never read
+        const QStringList services{QStringLiteral("NTP37"), QStringLiteral("DTS13"),
+                                   QStringLiteral("UNIX519")};
+        for (Scene* scene : {&unset, &set}) {
+            CVL_Server& server =
+                fuzz::startServer(scene->rig, services, QStringLiteral("EU"), sink.localPort());
+            scene->time = std::make_unique<TimeService>(server);
+            scene->daytime = std::make_unique<DaytimeService>(server, scene->rig.clock);
+            scene->unixTime = std::make_unique<UnixTimeService>(server);
+        }
+        set.rig.server().setTimeSynced();
+    }
+
+    QCoreApplication app;
+    QUdpSocket sink;
+    Scene unset;
+    Scene set;
+};
+
+State* state = nullptr;
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+    fuzz::prepareProcess();
+    static State instance(argc, argv);
+    state = &instance;
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    constexpr std::size_t header = 5;
+    if (size < header) {
+        return 0;
+    }
+    const std::uint8_t scene = data[0];
+    Scene& s = (scene & 4) != 0 ? state->set : state->unset;
+    CVL_Server& server = s.rig.server();
+    server.setUseJulian((scene & 8) != 0);
+    const QDateTime now = QDateTime(QDate(1900, 1, 1), QTime(0, 0), Qt::UTC)
+                              .addSecs(qFromBigEndian<quint32>(data + 1));
+    s.rig.clock.set({now.date().year(), now.date().month(), now.date().day(), now.time().hour(),
+                     now.time().minute(), now.time().second()});
+
+    // Exactly as long as the datagram, so that a read past its end is caught.
+    const std::vector<char> bytes(data + header, data + size);
+    const Datagram request =
+        fuzz::loopbackDatagram(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())),
+                               state->sink.localPort());
+    switch (scene & 3) {
+    case 1:
+        s.daytime->datagramArrived(server.listeners().udpSocket(ServiceId::Daytime), request);
+        break;
+    case 2:
+        s.unixTime->datagramArrived(server.listeners().udpSocket(ServiceId::Unix), request);
+        break;
+    default:
+        s.time->datagramArrived(server.listeners().udpSocket(ServiceId::Time), request);
+        break;
+    }
+    fuzz::require(s.rig.clock.setCalls.empty());
+    return 0;
+}
