@@ -21,16 +21,9 @@ struct State {
     QString path;
 };
 
-State* state = nullptr;
-
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    fuzz::prepareProcess();
-    static State instance(argc, argv);
-    state = &instance;
-    return 0;
-}
+CHRONVALE_FUZZ_STATE(State)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // A new file each time: rewriting one in place makes some file systems write it out.

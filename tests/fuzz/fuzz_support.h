@@ -66,3 +66,15 @@ inline CVL_Server& startServer(test::ServerRig& rig, const QStringList& services
 }
 
 } // namespace cvl::fuzz
+
+// Each target keeps its world in one State, made on the fuzzer's first call.
+#define CHRONVALE_FUZZ_STATE(StateType)                                                            \
+    namespace {                                                                                    \
+    StateType* state = nullptr;                                                                    \
+    }                                                                                              \
+    extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {                                 \
+        cvl::fuzz::prepareProcess();                                                               \
+        static StateType instance(argc, argv);                                                     \
+        state = &instance;                                                                         \
+        return 0;                                                                                  \
+    }

@@ -53,16 +53,9 @@ struct State {
     Scene set;
 };
 
-State* state = nullptr;
-
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    fuzz::prepareProcess();
-    static State instance(argc, argv);
-    state = &instance;
-    return 0;
-}
+CHRONVALE_FUZZ_STATE(State)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t header = 5;

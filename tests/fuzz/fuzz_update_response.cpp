@@ -54,19 +54,12 @@ struct State {
     QString serverFile;
 };
 
-State* state = nullptr;
-
 // A version file naming no newer program and a server file of another size.
 const QByteArray kAsksForServerFile = "\r\n\r\nCVL-:-0-:-x-:-y-:--1-:-z";
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    fuzz::prepareProcess();
-    static State instance(argc, argv);
-    state = &instance;
-    return 0;
-}
+CHRONVALE_FUZZ_STATE(State)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 2) {

@@ -159,7 +159,11 @@ private slots:
             QVERIFY(answersUdp(port, {}));
         }
         QVERIFY(answersUdp(ports.ntp, ntpRequest()));
+#ifndef __SANITIZE_ADDRESS__ // AddressSanitizer holds freed memory back on purpose
         QVERIFY2(statusField(pid(), "VmRSS:") < baseline + 4096, "memory back near its baseline");
+#else
+        Q_UNUSED(baseline);
+#endif
     }
 
     void thousandTcpClientsBehavingBadly() {
@@ -254,7 +258,8 @@ private slots:
         QVERIFY(process.process.waitForStarted(5000));
         QTest::qWait(700);
         QCOMPARE(process.process.state(), QProcess::Running);
-        QCOMPARE(process.terminate(), 0);
+        const int status = process.terminate();
+        QVERIFY2(status == 0, process.process.readAllStandardError().right(2000).constData());
     }
 };
 
