@@ -10,15 +10,11 @@ namespace cvl {
 
 class Clock;
 
-class DaytimeService final : public ServiceProtocol {
+class DaytimeService final : public ImmediateServiceProtocol {
 public:
     DaytimeService(ServiceHost& host, const Clock& clock);
 
-    [[nodiscard]] bool answersAtOnce() const override { return true; }
     void answerAtOnce(ImmediateConnection& connection) override;
-    void connectionAccepted(QTcpSocket&, int) override {}
-    void connectionReadyRead(QTcpSocket&, int) override {}
-    void connectionBytesWritten(QTcpSocket&, int) override {}
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:

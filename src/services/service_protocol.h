@@ -47,6 +47,15 @@ public:
     virtual void datagramArrived(DatagramSocket& socket, const Datagram& datagram) = 0;
 };
 
+// A service that answers each client the moment it connects and never reads from it.
+class ImmediateServiceProtocol : public ServiceProtocol {
+public:
+    [[nodiscard]] bool answersAtOnce() const final { return true; }
+    void connectionAccepted(QTcpSocket&, int) final {}
+    void connectionReadyRead(QTcpSocket&, int) final {}
+    void connectionBytesWritten(QTcpSocket&, int) final {}
+};
+
 // Takes everything in and answers nothing: the reply of a service whose answer is empty.
 class SilentProtocol final : public ServiceProtocol {
 public:

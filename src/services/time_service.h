@@ -8,15 +8,11 @@
 
 namespace cvl {
 
-class TimeService final : public ServiceProtocol {
+class TimeService final : public ImmediateServiceProtocol {
 public:
     explicit TimeService(ServiceHost& host);
 
-    [[nodiscard]] bool answersAtOnce() const override { return true; }
     void answerAtOnce(ImmediateConnection& connection) override;
-    void connectionAccepted(QTcpSocket&, int) override {}
-    void connectionReadyRead(QTcpSocket&, int) override {}
-    void connectionBytesWritten(QTcpSocket&, int) override {}
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:

@@ -8,15 +8,11 @@
 
 namespace cvl {
 
-class UnixTimeService final : public ServiceProtocol {
+class UnixTimeService final : public ImmediateServiceProtocol {
 public:
     explicit UnixTimeService(ServiceHost& host);
 
-    [[nodiscard]] bool answersAtOnce() const override { return true; }
     void answerAtOnce(ImmediateConnection& connection) override;
-    void connectionAccepted(QTcpSocket&, int) override {}
-    void connectionReadyRead(QTcpSocket&, int) override {}
-    void connectionBytesWritten(QTcpSocket&, int) override {}
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
