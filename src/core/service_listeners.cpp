@@ -1,7 +1,7 @@
 #include "core/service_listeners.h"
 
 #include "core/leading_number.h"
-#include "core/peer_address.h"
+#include "platform/peer_address.h"
 #include "core/settings_values.h"
 #include "platform/pending_connections.h"
 
@@ -22,8 +22,10 @@ ServiceListeners::ServiceListeners(QObject* parent, std::chrono::milliseconds id
 
         const ServiceId id = row.id;
         TcpSocketArray* array = service.tcp;
-        connect(&array->listener(), &TcpListener::connectionRequested, this,
-                [this, id](qintptr descriptor) { connectionRequested(id, descriptor); });
+        connect(&array->listener(), &StreamListener::connectionRequested, this,
+                [this, id](int descriptor, const PeerAddress& peer) {
+                    connectionRequested(id, descriptor, peer);
+                });
         connect(array, &TcpSocketArray::readyRead, this, [this, id](int index) {
             at(id).protocol->connectionReadyRead(at(id).tcp->at(index), index);
         });
@@ -68,8 +70,9 @@ void ServiceListeners::LoadServers(const QString& mode) {
 
     bool inUse = false;
     if (tcp) {
-        TcpListener& listener = service.tcp->listener();
-        if (listener.listen(QHostAddress::Any, portNumber)) {
+        StreamListener& listener = service.tcp->listener();
+        const StreamListener::ListenResult listening = listener.listen(portNumber);
+        if (listening == StreamListener::ListenResult::Listening) {
             if (!timeSynced_) {
                 // Clients wait in the backlog, neither accepted nor refused, until the
                 // clock has been set once.
@@ -77,8 +80,7 @@ void ServiceListeners::LoadServers(const QString& mode) {
             }
             return;
         }
-        inUse = listener.serverError() == QAbstractSocket::AddressInUseError;
-        listener.close();
+        inUse = listening == StreamListener::ListenResult::AddressInUse;
     } else {
         const DatagramSocket::BindResult bound = service.udp->bind(portNumber);
         if (bound == DatagramSocket::BindResult::Bound) {
@@ -103,20 +105,21 @@ void ServiceListeners::reportAddressInUse(ServiceId id, int port) {
         at(ServiceId::Daytime).controls.portText + QStringLiteral(" invalid."));
 }
 
-void ServiceListeners::connectionRequested(ServiceId id, qintptr descriptor) {
+void ServiceListeners::connectionRequested(ServiceId id, int descriptor,
+                                           const PeerAddress& peer) {
     Service& service = at(id);
     if (!timeSynced_) {
-        ::close(static_cast<int>(descriptor));
+        ::close(descriptor);
         return;
     }
     if (service.protocol->answersAtOnce()) {
-        answerAtOnce(id, static_cast<int>(descriptor));
+        answerAtOnce(id, descriptor, peer);
         return;
     }
     const int index = InitTCP(id);
     QTcpSocket& socket = service.tcp->at(index);
     if (!socket.setSocketDescriptor(descriptor)) {
-        ::close(static_cast<int>(descriptor));
+        ::close(descriptor);
         return;
     }
     service.tcp->accepted(index);
@@ -137,11 +140,11 @@ void ServiceListeners::connectionRequested(ServiceId id, qintptr descriptor) {
     service.protocol->connectionAccepted(socket, index);
 }
 
-void ServiceListeners::answerAtOnce(ServiceId id, int descriptor) {
+void ServiceListeners::answerAtOnce(ServiceId id, int descriptor, const PeerAddress& peer) {
     Service& service = at(id);
     // The connection is answered and closed within this call: no socket of the array is
     // needed for it, nor any round of the event loop.
-    ImmediateConnection connection(descriptor, PeerAddress::ofConnection(descriptor).text(),
+    ImmediateConnection connection(descriptor, peer.text(),
                                    service.tcp->listener().serverPort());
     emit clientShown(0, connection.peerText());
     if (serviceRow(id).countsTcpAccepts && !service.tcpRequests.increment()) {
@@ -158,10 +161,10 @@ void ServiceListeners::setTimeSynced() {
     }
     timeSynced_ = true;
     for (Service& service : services_) {
-        TcpListener& listener = service.tcp->listener();
+        StreamListener& listener = service.tcp->listener();
         if (listener.isListening()) {
             // Whoever asked before the clock was set is not answered now either.
-            discardPendingConnections(listener.socketDescriptor());
+            discardPendingConnections(listener.descriptor());
             listener.resumeAccepting();
         }
     }

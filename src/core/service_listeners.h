@@ -104,8 +104,8 @@ private:
 
     [[nodiscard]] Service& at(ServiceId id) { return services_[indexOf(id)]; }
     [[nodiscard]] const Service& at(ServiceId id) const { return services_[indexOf(id)]; }
-    void connectionRequested(ServiceId id, qintptr descriptor);
-    void answerAtOnce(ServiceId id, int descriptor);
+    void connectionRequested(ServiceId id, int descriptor, const PeerAddress& peer);
+    void answerAtOnce(ServiceId id, int descriptor, const PeerAddress& peer);
     void reportAddressInUse(ServiceId id, int port);
 
     std::array<Service, kServiceCount> services_;

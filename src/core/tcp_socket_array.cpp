@@ -6,33 +6,11 @@ TcpSocketArray::TcpSocketArray(QObject* parent, std::chrono::milliseconds idleLi
     : QObject(parent)
     , listener_(this)
     , idleCheck_(new QTimer(this))
-    , idleLimit_(idleLimit)
-    , acceptRetry_(new QTimer(this)) {
-    // Room for bursts of clients while the event loop is busy elsewhere.
-    listener_.setListenBacklogSize(4096);
+    , idleLimit_(idleLimit) {
     clock_.start();
     idleCheck_->setInterval(
         std::max<std::chrono::milliseconds>(idleLimit / 6, std::chrono::milliseconds(50)));
     connect(idleCheck_, &QTimer::timeout, this, &TcpSocketArray::closeIdle);
-
-    // A failed accept (no descriptor left, say) is the new connection's failure, not the
-    // listener's: the listener stays open and tries again shortly. Qt has paused accepting,
-    // so nothing spins in between.
-    acceptRetry_->setSingleShot(true);
-    acceptRetry_->setInterval(100);
-    connect(acceptRetry_, &QTimer::timeout, this, [this] {
-        if (listener_.isListening()) {
-            listener_.resumeAccepting();
-        }
-    });
-    connect(&listener_, &QTcpServer::acceptError, this, [this](QAbstractSocket::SocketError error) {
-        if (error == QAbstractSocket::SocketResourceError ||
-            error == QAbstractSocket::UnknownSocketError) {
-            acceptRetry_->start();
-        } else {
-            listener_.close(); // a failing listener stays closed until it is restarted
-        }
-    });
 }
 
 void TcpSocketArray::accepted(int index) {

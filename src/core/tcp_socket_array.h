@@ -3,28 +3,15 @@
 // the next client, so the array only grows to the most simultaneous clients seen.
 #pragma once
 
+#include "platform/stream_listener.h"
+
 #include <QElapsedTimer>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
 #include <chrono>
 #include <vector>
 
 namespace cvl {
-
-// A listener that hands each pending connection over as a bare descriptor, so that it can be
-// adopted by a reused socket instead of a fresh one.
-class TcpListener final : public QTcpServer {
-    Q_OBJECT
-public:
-    using QTcpServer::QTcpServer;
-
-signals:
-    void connectionRequested(qintptr descriptor);
-
-protected:
-    void incomingConnection(qintptr descriptor) override { emit connectionRequested(descriptor); }
-};
 
 // Connections that stay quiet longer than this are closed, so that clients which connect and
 // never send cannot use up the descriptors.
@@ -36,8 +23,8 @@ public:
     explicit TcpSocketArray(QObject* parent = nullptr,
                             std::chrono::milliseconds idleLimit = kIdleConnectionLimit);
 
-    [[nodiscard]] TcpListener& listener() { return listener_; }
-    [[nodiscard]] const TcpListener& listener() const { return listener_; }
+    [[nodiscard]] StreamListener& listener() { return listener_; }
+    [[nodiscard]] const StreamListener& listener() const { return listener_; }
 
     // Index of a closed connection socket, loading a new element when none is free.
     [[nodiscard]] int freeIndex();
@@ -54,14 +41,12 @@ signals:
 private:
     void closeIdle();
 
-    TcpListener listener_;
+    StreamListener listener_;
     std::vector<QTcpSocket*> connections_; // owned through Qt parenting
     std::vector<qint64> lastActivityMs_;   // per element, on `clock_`
     QElapsedTimer clock_;
     QTimer* idleCheck_;
     std::chrono::milliseconds idleLimit_;
-    // Out of descriptors: accepting resumes after a pause instead of failing in a loop.
-    QTimer* acceptRetry_;
 };
 
 } // namespace cvl

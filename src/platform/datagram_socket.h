@@ -3,29 +3,18 @@
 // shown as text without detours. One per service; the event loop says when to read.
 #pragma once
 
+#include "platform/peer_address.h"
+
 #include <QByteArrayView>
 #include <QHostAddress>
 #include <QObject>
 #include <QString>
 #include <array>
 #include <memory>
-#include <netinet/in.h>
 
 class QSocketNotifier;
 
 namespace cvl {
-
-// Where a datagram or a connection came from, as the kernel gave it.
-struct PeerAddress {
-    // The other end of a connected socket.
-    [[nodiscard]] static PeerAddress ofConnection(int descriptor);
-    sockaddr_in6 address{};
-    [[nodiscard]] QHostAddress hostAddress() const;
-    [[nodiscard]] quint16 port() const { return ntohs(address.sin6_port); }
-    // IPv4 peers as dotted quads, without the mapping prefix.
-    [[nodiscard]] QString text() const;
-    [[nodiscard]] bool operator==(const PeerAddress& other) const;
-};
 
 struct Datagram {
     // The datagram's bytes; only its first kept bytes when it was longer than that.

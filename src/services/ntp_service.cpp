@@ -1,6 +1,6 @@
 #include "services/ntp_service.h"
 
-#include "core/peer_address.h"
+#include "platform/peer_address.h"
 
 namespace cvl {
 

@@ -1,7 +1,7 @@
 #include "sync/time_query.h"
 
 #include "core/leading_number.h"
-#include "core/peer_address.h"
+#include "platform/peer_address.h"
 
 #include <QHostInfo>
 

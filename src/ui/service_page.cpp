@@ -124,7 +124,7 @@ void ServicePage::refresh() {
     }
     port_->setToolTip(controls.portToolTip);
 
-    const TcpListener& listener = listeners.tcpArray(id_).listener();
+    const StreamListener& listener = listeners.tcpArray(id_).listener();
     tcpState_->setText(listener.isListening()
                            ? tr("listening on port %1").arg(listener.serverPort())
                            : tr("closed"));

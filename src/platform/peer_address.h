@@ -1,11 +1,21 @@
-// A peer's address as the display and the log show it: IPv4 peers reaching a dual-stack
-// socket appear as plain dotted quads, without the IPv6 mapping prefix.
+// A peer's address as the kernel gives it and as the display and the log show it: IPv4 peers
+// reaching a dual-stack socket appear as plain dotted quads, without the IPv6 mapping prefix.
 #pragma once
 
 #include <QHostAddress>
 #include <QString>
+#include <netinet/in.h>
 
 namespace cvl {
+
+// Where a datagram or a connection came from.
+struct PeerAddress {
+    sockaddr_in6 address{};
+    [[nodiscard]] QHostAddress hostAddress() const;
+    [[nodiscard]] quint16 port() const { return ntohs(address.sin6_port); }
+    [[nodiscard]] QString text() const;
+    [[nodiscard]] bool operator==(const PeerAddress& other) const;
+};
 
 // Formats IPv4 by hand: this runs for every request, and QHostAddress::toString() is slow.
 [[nodiscard]] inline QString addressText(const QHostAddress& address) {

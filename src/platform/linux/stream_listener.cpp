@@ -1,0 +1,128 @@
+#include "platform/stream_listener.h"
+
+#include <QSocketNotifier>
+#include <QTimer>
+#include <cerrno>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace cvl {
+
+namespace {
+
+// Room for bursts of clients while the event loop is busy elsewhere.
+constexpr int kBacklog = 4096;
+// Accepts per wake-up, so that one busy port cannot starve the others.
+constexpr int kAcceptsPerCall = 64;
+
+bool outOfResources(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+} // namespace
+
+StreamListener::StreamListener(QObject* parent)
+    : QObject(parent)
+    , resourceRetry_(new QTimer(this)) {
+    resourceRetry_->setSingleShot(true);
+    resourceRetry_->setInterval(kResourceRetry);
+    connect(resourceRetry_, &QTimer::timeout, this, &StreamListener::updateNotifier);
+}
+
+StreamListener::~StreamListener() {
+    close();
+}
+
+StreamListener::ListenResult StreamListener::listen(quint16 port) {
+    close();
+    const int fd = ::socket(AF_INET6, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        return ListenResult::Failed;
+    }
+    const int no = 0;
+    const int yes = 1;
+    ::setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &no, sizeof no);
+    // A restart may bind again at once, while the last run's connections linger in TIME_WAIT.
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    sockaddr_in6 any{};
+    any.sin6_family = AF_INET6;
+    any.sin6_addr = in6addr_any;
+    any.sin6_port = htons(port);
+    if (::bind(fd, reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0 ||
+        ::listen(fd, kBacklog) != 0) {
+        const bool inUse = errno == EADDRINUSE;
+        ::close(fd);
+        return inUse ? ListenResult::AddressInUse : ListenResult::Failed;
+    }
+    fd_ = fd;
+    sockaddr_in6 local{};
+    socklen_t size = sizeof local;
+    ::getsockname(fd_, reinterpret_cast<sockaddr*>(&local), &size);
+    port_ = ntohs(local.sin6_port);
+    notifier_ = new QSocketNotifier(fd_, QSocketNotifier::Read, this);
+    connect(notifier_, &QSocketNotifier::activated, this, &StreamListener::acceptPending);
+    updateNotifier();
+    return ListenResult::Listening;
+}
+
+void StreamListener::close() {
+    resourceRetry_->stop();
+    if (notifier_ != nullptr) {
+        // This may run inside the notifier's own signal: it goes once that has returned.
+        notifier_->setEnabled(false);
+        notifier_->deleteLater();
+        notifier_ = nullptr;
+    }
+    if (fd_ >= 0) {
+        ::close(fd_);
+        fd_ = -1;
+        port_ = 0;
+    }
+}
+
+void StreamListener::pauseAccepting() {
+    paused_ = true;
+    updateNotifier();
+}
+
+void StreamListener::resumeAccepting() {
+    paused_ = false;
+    updateNotifier();
+}
+
+void StreamListener::updateNotifier() {
+    if (notifier_ != nullptr) {
+        notifier_->setEnabled(!paused_ && !resourceRetry_->isActive());
+    }
+}
+
+void StreamListener::acceptPending() {
+    for (int i = 0; i < kAcceptsPerCall && fd_ >= 0 && !paused_; ++i) {
+        PeerAddress peer;
+        socklen_t size = sizeof peer.address;
+        const int connection =
+            ::accept4(fd_, reinterpret_cast<sockaddr*>(&peer.address), &size,
+                      SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (connection >= 0) {
+            emit connectionRequested(connection, peer);
+            continue;
+        }
+        if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            return;
+        }
+        if (outOfResources(errno)) {
+            // The client stays in the backlog; try again once something may have closed.
+            resourceRetry_->start();
+            updateNotifier();
+            return;
+        }
+        if (errno == EBADF || errno == ENOTSOCK || errno == EINVAL) {
+            close();
+            return;
+        }
+        // Anything else (a client that reset before it was accepted, a network error
+        // passed on by the kernel) belongs to that one client: go on with the next.
+    }
+}
+
+} // namespace cvl

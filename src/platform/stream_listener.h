@@ -1,0 +1,54 @@
+// A listening TCP socket for the time services, dual-stack, that hands each accepted
+// connection over as a bare descriptor with its peer's address. It accepts by itself rather
+// than through the toolkit so that running out of descriptors is seen for what it is: the
+// listener stops asking for a short while instead of retrying in a tight loop, and the
+// clients wait in the kernel's backlog meanwhile.
+#pragma once
+
+#include "platform/peer_address.h"
+
+#include <QObject>
+#include <chrono>
+
+class QSocketNotifier;
+class QTimer;
+
+namespace cvl {
+
+class StreamListener final : public QObject {
+    Q_OBJECT
+public:
+    explicit StreamListener(QObject* parent = nullptr);
+    ~StreamListener() override;
+
+    enum class ListenResult { Listening, AddressInUse, Failed };
+    // Listens on every address on `port` (0: any free one).
+    ListenResult listen(quint16 port);
+    void close();
+    [[nodiscard]] bool isListening() const { return fd_ >= 0; }
+    [[nodiscard]] quint16 serverPort() const { return port_; }
+    [[nodiscard]] int descriptor() const { return fd_; }
+
+    // While paused, clients wait in the backlog, neither accepted nor refused.
+    void pauseAccepting();
+    void resumeAccepting();
+
+    // How long accepting rests when no descriptor is left.
+    static constexpr std::chrono::milliseconds kResourceRetry{100};
+
+signals:
+    // A client was accepted; the receiver owns `descriptor` (non-blocking) from now on.
+    void connectionRequested(int descriptor, const cvl::PeerAddress& peer);
+
+private:
+    void acceptPending();
+    void updateNotifier();
+
+    int fd_ = -1;
+    quint16 port_ = 0;
+    bool paused_ = false;
+    QSocketNotifier* notifier_ = nullptr;
+    QTimer* resourceRetry_;
+};
+
+} // namespace cvl
