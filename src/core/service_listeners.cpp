@@ -1,8 +1,8 @@
 #include "core/service_listeners.h"
 
 #include "core/leading_number.h"
-#include "platform/peer_address.h"
 #include "core/settings_values.h"
+#include "platform/peer_address.h"
 #include "platform/pending_connections.h"
 
 #include <unistd.h>
@@ -105,8 +105,7 @@ void ServiceListeners::reportAddressInUse(ServiceId id, int port) {
         at(ServiceId::Daytime).controls.portText + QStringLiteral(" invalid."));
 }
 
-void ServiceListeners::connectionRequested(ServiceId id, int descriptor,
-                                           const PeerAddress& peer) {
+void ServiceListeners::connectionRequested(ServiceId id, int descriptor, const PeerAddress& peer) {
     Service& service = at(id);
     if (!timeSynced_) {
         ::close(descriptor);
@@ -144,8 +143,7 @@ void ServiceListeners::answerAtOnce(ServiceId id, int descriptor, const PeerAddr
     Service& service = at(id);
     // The connection is answered and closed within this call: no socket of the array is
     // needed for it, nor any round of the event loop.
-    ImmediateConnection connection(descriptor, peer.text(),
-                                   service.tcp->listener().serverPort());
+    ImmediateConnection connection(descriptor, peer.text(), service.tcp->listener().serverPort());
     emit clientShown(0, connection.peerText());
     if (serviceRow(id).countsTcpAccepts && !service.tcpRequests.increment()) {
         return;

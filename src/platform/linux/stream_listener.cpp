@@ -100,9 +100,8 @@ void StreamListener::acceptPending() {
     for (int i = 0; i < kAcceptsPerCall && fd_ >= 0 && !paused_; ++i) {
         PeerAddress peer;
         socklen_t size = sizeof peer.address;
-        const int connection =
-            ::accept4(fd_, reinterpret_cast<sockaddr*>(&peer.address), &size,
-                      SOCK_NONBLOCK | SOCK_CLOEXEC);
+        const int connection = ::accept4(fd_, reinterpret_cast<sockaddr*>(&peer.address), &size,
+                                         SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (connection >= 0) {
             emit connectionRequested(connection, peer);
             continue;
