@@ -13,7 +13,7 @@ namespace {
 // a huge file is a problem beyond holding the one line.
 class LineReader {
 public:
-    explicit LineReader(QFile& file)
+    explicit LineReader(QIODevice& file)
         : file_(file) {}
 
     // The next line without its end; empty at the end of the file.
@@ -51,7 +51,7 @@ private:
         return !buffer_.isEmpty();
     }
 
-    QFile& file_;
+    QIODevice& file_;
     QByteArray buffer_;
     qsizetype pos_ = 0;
     // A CR ended the last line; a LF right after it belongs to the same line end.
@@ -97,6 +97,10 @@ std::optional<ServerList> readServerFile(const QString& path) {
     if (!file.open(QIODevice::ReadOnly)) {
         return std::nullopt;
     }
+    return readServerFile(file);
+}
+
+ServerList readServerFile(QIODevice& file) {
     constexpr int headerLines = 5;
     ServerList list;
     LineReader reader(file);

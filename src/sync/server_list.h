@@ -7,6 +7,8 @@
 #include <array>
 #include <optional>
 
+class QIODevice;
+
 namespace cvl {
 
 inline constexpr int maxServerHosts = 300;
@@ -34,5 +36,7 @@ struct ServerList {
 // line that would be host 301 still reaches the box, then reading stops. nullopt when the file
 // cannot be opened.
 [[nodiscard]] std::optional<ServerList> readServerFile(const QString& path);
+// The same from a device already open for reading.
+[[nodiscard]] ServerList readServerFile(QIODevice& file);
 
 } // namespace cvl

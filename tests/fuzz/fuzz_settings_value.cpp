@@ -70,8 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     state->listeners.closeTcpListener(id);
     state->listeners.closeUdpSocket(id);
-    // A closed listener hands its socket engine to deleteLater(); without an event loop
-    // running, only an explicit request deletes it.
+    // A closed listener hands its notifier to deleteLater(); without an event loop running,
+    // only an explicit request deletes it.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return 0;
 }
