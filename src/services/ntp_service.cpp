@@ -91,7 +91,9 @@ void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
         }
         return;
     }
-    if (host_.TimeSynced() && socket->send(QByteArrayView(data, kNtpPacketSize), to)) {
+    if (host_.TimeSynced()) {
+        // Goes out with the other answers to the same batch of requests.
+        socket->sendWithBatch(QByteArrayView(data, kNtpPacketSize), to);
         host_.StatusUp();
     }
 }

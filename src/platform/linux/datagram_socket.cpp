@@ -6,6 +6,7 @@
 #include <cstring>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace cvl {
 
@@ -99,6 +100,43 @@ bool DatagramSocket::send(QByteArrayView data, const PeerAddress& to) {
     return ::sendto(fd_, data.data(), static_cast<std::size_t>(data.size()), MSG_DONTWAIT,
                     reinterpret_cast<const sockaddr*>(&to.address),
                     sizeof to.address) == data.size();
+}
+
+void DatagramSocket::sendWithBatch(QByteArrayView data, const PeerAddress& to) {
+    if (!reading_ || data.size() > kQueuedBytes) {
+        send(data, to);
+        return;
+    }
+    const auto i = static_cast<std::size_t>(queued_++);
+    std::copy(data.begin(), data.end(), replies_[i].begin());
+    replySizes_[i] = static_cast<int>(data.size());
+    replyPeers_[i] = to.address;
+    if (queued_ == kBatch) {
+        flushReplies();
+    }
+}
+
+void DatagramSocket::flushReplies() {
+    const int count = std::exchange(queued_, 0);
+    if (fd_ < 0 || count == 0) {
+        return;
+    }
+    std::array<mmsghdr, kBatch> messages{};
+    std::array<iovec, kBatch> vectors{};
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+        vectors[i] = {replies_[i].data(), static_cast<std::size_t>(replySizes_[i])};
+        messages[i].msg_hdr.msg_iov = &vectors[i];
+        messages[i].msg_hdr.msg_iovlen = 1;
+        messages[i].msg_hdr.msg_name = &replyPeers_[i];
+        messages[i].msg_hdr.msg_namelen = sizeof replyPeers_[i];
+    }
+    // sendmmsg stops at the first datagram the system refuses; that one is lost, as a single
+    // send would lose it, and the rest still go.
+    for (int sent = 0; sent < count;) {
+        const int result = ::sendmmsg(fd_, messages.data() + sent,
+                                      static_cast<unsigned>(count - sent), MSG_DONTWAIT);
+        sent += result > 0 ? result : 1;
+    }
 }
 
 bool DatagramSocket::send(QByteArrayView data, const QHostAddress& to, quint16 port) {
