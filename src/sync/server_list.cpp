@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QStringDecoder>
+#include <algorithm>
 
 namespace cvl {
 
@@ -46,7 +47,11 @@ public:
 
 private:
     bool refill() {
-        buffer_ = file_.read(64 * 1024);
+        // A small file is read in one block of its own size, not into a large empty one.
+        constexpr qint64 block = 64 * 1024;
+        const qint64 wanted =
+            file_.isSequential() ? block : std::clamp<qint64>(file_.bytesAvailable(), 1, block);
+        buffer_ = file_.read(wanted);
         pos_ = 0;
         return !buffer_.isEmpty();
     }

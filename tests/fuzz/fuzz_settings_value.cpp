@@ -70,8 +70,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     state->listeners.closeTcpListener(id);
     state->listeners.closeUdpSocket(id);
-    // A closed listener hands its notifier to deleteLater(); without an event loop running,
-    // only an explicit request deletes it.
+    // A closed listener hands its notifier to deleteLater(), and the toolkit posts events of
+    // its own: without a round of the loop (as the program's loop would make) they pile up.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
     return 0;
 }
