@@ -1,4 +1,5 @@
 #include "platform/datagram_socket.h"
+#include "platform/linux/bound_socket.h"
 
 #include <QSocketNotifier>
 #include <algorithm>
@@ -20,27 +21,12 @@ DatagramSocket::~DatagramSocket() {
 
 DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
     close();
-    const int fd = ::socket(AF_INET6, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        return BindResult::Failed;
+    const BoundSocket bound = bindDualStack(SOCK_DGRAM, port);
+    if (bound.fd < 0) {
+        return bound.addressInUse ? BindResult::AddressInUse : BindResult::Failed;
     }
-    // One socket for IPv4 and IPv6 clients alike.
-    const int no = 0;
-    ::setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &no, sizeof no);
-    sockaddr_in6 any{};
-    any.sin6_family = AF_INET6;
-    any.sin6_addr = in6addr_any;
-    any.sin6_port = htons(port);
-    if (::bind(fd, reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0) {
-        const bool inUse = errno == EADDRINUSE;
-        ::close(fd);
-        return inUse ? BindResult::AddressInUse : BindResult::Failed;
-    }
-    fd_ = fd;
-    sockaddr_in6 local{};
-    socklen_t size = sizeof local;
-    ::getsockname(fd_, reinterpret_cast<sockaddr*>(&local), &size);
-    port_ = ntohs(local.sin6_port);
+    fd_ = bound.fd;
+    port_ = bound.port;
     notifier_ = new QSocketNotifier(fd_, QSocketNotifier::Read, this);
     connect(notifier_, &QSocketNotifier::activated, this, &DatagramSocket::readyRead);
     return BindResult::Bound;

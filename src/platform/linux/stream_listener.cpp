@@ -1,4 +1,5 @@
 #include "platform/stream_listener.h"
+#include "platform/linux/bound_socket.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -35,30 +36,17 @@ StreamListener::~StreamListener() {
 
 StreamListener::ListenResult StreamListener::listen(quint16 port) {
     close();
-    const int fd = ::socket(AF_INET6, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        return ListenResult::Failed;
+    const BoundSocket bound = bindDualStack(SOCK_STREAM, port);
+    if (bound.fd < 0) {
+        return bound.addressInUse ? ListenResult::AddressInUse : ListenResult::Failed;
     }
-    const int no = 0;
-    const int yes = 1;
-    ::setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &no, sizeof no);
-    // A restart may bind again at once, while the last run's connections linger in TIME_WAIT.
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in6 any{};
-    any.sin6_family = AF_INET6;
-    any.sin6_addr = in6addr_any;
-    any.sin6_port = htons(port);
-    if (::bind(fd, reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0 ||
-        ::listen(fd, kBacklog) != 0) {
+    if (::listen(bound.fd, kBacklog) != 0) {
         const bool inUse = errno == EADDRINUSE;
-        ::close(fd);
+        ::close(bound.fd);
         return inUse ? ListenResult::AddressInUse : ListenResult::Failed;
     }
-    fd_ = fd;
-    sockaddr_in6 local{};
-    socklen_t size = sizeof local;
-    ::getsockname(fd_, reinterpret_cast<sockaddr*>(&local), &size);
-    port_ = ntohs(local.sin6_port);
+    fd_ = bound.fd;
+    port_ = bound.port;
     notifier_ = new QSocketNotifier(fd_, QSocketNotifier::Read, this);
     connect(notifier_, &QSocketNotifier::activated, this, &StreamListener::acceptPending);
     updateNotifier();
