@@ -17,29 +17,15 @@ struct PeerAddress {
     [[nodiscard]] bool operator==(const PeerAddress& other) const;
 };
 
-// Formats IPv4 by hand: this runs for every request, and QHostAddress::toString() is slow.
+// A dotted quad, formatted by hand: this runs for every request, and both
+// QHostAddress::toString() and inet_ntop() go through printf-style formatting.
+[[nodiscard]] QString ipv4Text(quint32 address);
+
+// IPv4 as a dotted quad, anything else as the toolkit writes it.
 [[nodiscard]] inline QString addressText(const QHostAddress& address) {
     bool isV4 = false;
     const quint32 v4 = address.toIPv4Address(&isV4);
-    if (!isV4) {
-        return address.toString();
-    }
-    char text[16];
-    char* out = text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const unsigned octet = (v4 >> shift) & 0xFFu;
-        if (octet >= 100) {
-            *out++ = static_cast<char>('0' + octet / 100);
-        }
-        if (octet >= 10) {
-            *out++ = static_cast<char>('0' + octet / 10 % 10);
-        }
-        *out++ = static_cast<char>('0' + octet % 10);
-        if (shift > 0) {
-            *out++ = '.';
-        }
-    }
-    return QString::fromLatin1(text, out - text);
+    return isV4 ? ipv4Text(v4) : address.toString();
 }
 
 } // namespace cvl
