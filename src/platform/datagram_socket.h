@@ -57,6 +57,9 @@ public:
 
     // Sends one datagram; false when the system refuses it.
     bool send(QByteArrayView data, const PeerAddress& to);
+    // Sends each byte of `data` as a datagram of its own, in order, in one system call.
+    // Returns how many went before the system refused one.
+    int sendBytewise(QByteArrayView data, const PeerAddress& to);
     // Sends a short datagram (up to kQueuedBytes) together with the other answers to the
     // batch being read, in one system call once the batch is handled: the client is then
     // woken once a batch instead of once a datagram. Outside readPending() it goes at once.

@@ -49,11 +49,13 @@ void TimeService::SendNTP_UDP(DatagramSocket& socket, const Datagram& request) {
         return;
     }
     // One datagram a byte, most significant first: clients of this server expect it so.
-    for (const std::uint8_t byte : *bytes) {
-        if (!socket.send(QByteArrayView(reinterpret_cast<const char*>(&byte), 1), request.sender)) {
-            return;
-        }
+    const int sent = socket.sendBytewise(
+        QByteArrayView(reinterpret_cast<const char*>(bytes->data()), 4), request.sender);
+    for (int i = 0; i < sent; ++i) {
         host_.light(Lamp::DataOut);
+    }
+    if (sent < 4) {
+        return;
     }
     host_.showClient(0, request.senderText);
     host_.CVLWLOG(kNote, request.senderText, loggedPort(socket.localPort()), 4, kName,

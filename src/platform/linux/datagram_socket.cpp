@@ -88,6 +88,26 @@ bool DatagramSocket::send(QByteArrayView data, const PeerAddress& to) {
                     sizeof to.address) == data.size();
 }
 
+int DatagramSocket::sendBytewise(QByteArrayView data, const PeerAddress& to) {
+    constexpr std::size_t most = 8;
+    if (fd_ < 0 || data.size() > qsizetype{most}) {
+        return 0;
+    }
+    std::array<mmsghdr, most> messages{};
+    std::array<iovec, most> vectors{};
+    sockaddr_in6 peer = to.address;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(data.size()); ++i) {
+        vectors[i] = {const_cast<char*>(data.data() + i), 1};
+        messages[i].msg_hdr.msg_iov = &vectors[i];
+        messages[i].msg_hdr.msg_iovlen = 1;
+        messages[i].msg_hdr.msg_name = &peer;
+        messages[i].msg_hdr.msg_namelen = sizeof peer;
+    }
+    const int sent =
+        ::sendmmsg(fd_, messages.data(), static_cast<unsigned>(data.size()), MSG_DONTWAIT);
+    return std::max(sent, 0);
+}
+
 void DatagramSocket::sendWithBatch(QByteArrayView data, const PeerAddress& to) {
     if (!reading_ || data.size() > kQueuedBytes) {
         send(data, to);
