@@ -3,7 +3,6 @@
 #include "core/leading_number.h"
 #include "core/settings_values.h"
 #include "platform/peer_address.h"
-#include "platform/pending_connections.h"
 
 #include <unistd.h>
 
@@ -162,7 +161,7 @@ void ServiceListeners::setTimeSynced() {
         StreamListener& listener = service.tcp->listener();
         if (listener.isListening()) {
             // Whoever asked before the clock was set is not answered now either.
-            discardPendingConnections(listener.descriptor());
+            listener.discardPending();
             listener.resumeAccepting();
         }
     }

@@ -27,11 +27,12 @@ public:
     void close();
     [[nodiscard]] bool isListening() const { return fd_ >= 0; }
     [[nodiscard]] quint16 serverPort() const { return port_; }
-    [[nodiscard]] int descriptor() const { return fd_; }
 
     // While paused, clients wait in the backlog, neither accepted nor refused.
     void pauseAccepting();
     void resumeAccepting();
+    // Accepts and closes every client waiting in the backlog.
+    void discardPending();
 
     // How long accepting rests when no descriptor is left.
     static constexpr std::chrono::milliseconds kResourceRetry{100};

@@ -78,6 +78,17 @@ void StreamListener::resumeAccepting() {
     updateNotifier();
 }
 
+void StreamListener::discardPending() {
+    // Bounded: a backlog never holds more than this.
+    for (int i = 0; i < 65536 && fd_ >= 0; ++i) {
+        const int connection = ::accept4(fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (connection < 0) {
+            return;
+        }
+        ::close(connection);
+    }
+}
+
 void StreamListener::updateNotifier() {
     if (notifier_ != nullptr) {
         notifier_->setEnabled(!paused_ && !resourceRetry_->isActive());
