@@ -19,7 +19,19 @@ public:
         if (!server.listen(QHostAddress::LocalHost)) {
             qFatal("no loopback port for the HTTP stub");
         }
-        connect(&server, &QTcpServer::newConnection, this, [this] { accept(); });
+        connect(&server, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket* socket = server.nextPendingConnection()) {
+                const qsizetype index = requests.size();
+                requests.append(QByteArray());
+                connect(socket, &QTcpSocket::readyRead, this, [this, socket, index] {
+                    const bool answered = requests[index].contains("\r\n\r\n");
+                    requests[index] += socket->readAll();
+                    if (!answered && requests[index].contains("\r\n\r\n") && !queue.isEmpty()) {
+                        send(socket, queue.takeFirst(), 0);
+                    }
+                });
+            }
+        });
     }
     [[nodiscard]] quint16 port() const { return server.serverPort(); }
     void serve(const QList<QByteArray>& chunks, bool reset = false) {
@@ -30,32 +42,16 @@ public:
     int finished = 0;
 
 private:
-    struct Response {
-        QList<QByteArray> chunks;
-        bool reset;
-    };
+    using Response = std::pair<QList<QByteArray>, bool>; // the chunks, and a reset at the end
 
-    void accept() {
-        while (QTcpSocket* socket = server.nextPendingConnection()) {
-            const qsizetype index = requests.size();
-            requests.append(QByteArray());
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket, index] {
-                const bool answered = requests[index].contains("\r\n\r\n");
-                requests[index] += socket->readAll();
-                if (!answered && requests[index].contains("\r\n\r\n") && !queue.isEmpty()) {
-                    send(socket, queue.takeFirst(), 0);
-                }
-            });
-        }
-    }
     void send(QTcpSocket* socket, const Response& response, qsizetype next) {
-        if (next < response.chunks.size()) {
-            socket->write(response.chunks.at(next));
+        if (next < response.first.size()) {
+            socket->write(response.first.at(next));
             QTimer::singleShot(kChunkPauseMs, socket,
                                [=, this] { send(socket, response, next + 1); });
             return;
         }
-        if (response.reset) {
+        if (response.second) {
             const linger now{1, 0};
             setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now,
                        sizeof now);

@@ -3,33 +3,39 @@
 #pragma once
 
 #include "core/cvl_server.h"
-#include "fake_autostart.h"
-#include "fake_clock.h"
-#include "fake_host_info.h"
-#include "fake_launcher.h"
-#include "fake_prompter.h"
-#include "fake_time_zone.h"
-#include "memory_settings_store.h"
+#include "platform_fakes.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <memory>
 
 namespace cvl::test {
 
+// Whole files, for tests that prepare them or read them back; a missing file reads as empty.
+inline QByteArray readFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+inline bool writeFile(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+// A reference-server list: five header lines, then the entries.
+inline void writeServerFile(const QString& path,
+                            const QStringList& entries = {
+                                QStringLiteral("127.0.0.1:::Loopback NA:::2:::")}) {
+    writeFile(path, "h1\r\nh2\r\nh3\r\nh4\r\nh5\r\n" + entries.join("\r\n").toUtf8() + "\r\n");
+}
+
 struct ServerRig {
     ServerRig() { host.folder = folder.path(); }
 
-    // The reference-server list in the program folder: five header lines, then the entries.
     void writeServerFile(const QStringList& entries = {
                              QStringLiteral("127.0.0.1:::Loopback NA:::2:::")}) {
-        QFile file(folder.filePath(QStringLiteral("QBK_CVLS4.CVL")));
-        if (file.open(QIODevice::WriteOnly)) {
-            file.write("h1\r\nh2\r\nh3\r\nh4\r\nh5\r\n");
-            for (const QString& entry : entries) {
-                file.write(entry.toUtf8() + "\r\n");
-            }
-        }
+        test::writeServerFile(folder.filePath(QStringLiteral("QBK_CVLS4.CVL")), entries);
     }
 
     CVL_Server& server() {

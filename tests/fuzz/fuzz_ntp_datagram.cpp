@@ -25,8 +25,7 @@ struct Scene {
 };
 
 struct State {
-    State(int* argc, char*** argv)
-        : app(*argc, *argv) {
+    State() {
         sink.bind(QHostAddress::LocalHost, 0); // takes queries and replies, never read
         const QStringList ntpOnly{QStringLiteral("SNTP123")};
         fuzz::startServer(asking.rig, ntpOnly, QStringLiteral("NA"), sink.localPort());
@@ -37,7 +36,6 @@ struct State {
         }
     }
 
-    QCoreApplication app;
     QUdpSocket sink;
     Scene asking;
     Scene unset;
@@ -66,9 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if ((scene & 4) != 0 && bytes.size() > 31) {
         bytes[24] = bytes[27] = bytes[31] = 0;
     }
-    const Datagram request =
-        fuzz::loopbackDatagram(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())),
-                               state->sink.localPort());
+    const Datagram request = fuzz::loopbackDatagram(bytes, state->sink.localPort());
     s.ntp->datagramArrived(server.listeners().udpSocket(ServiceId::Ntp), request);
 
     // Only a 48-byte answer to a query that is out sets the clock, once, and ends the wait.

@@ -14,10 +14,6 @@ using namespace cvl;
 namespace {
 
 struct State {
-    State(int* argc, char*** argv)
-        : app(*argc, *argv) {}
-
-    QCoreApplication app;
     QTemporaryDir folder;
     quint64 round = 0;
 };

@@ -11,20 +11,15 @@ using namespace cvl;
 
 namespace {
 
-struct State {
-    State(int* argc, char*** argv)
-        : app(*argc, *argv) {}
-
-    QCoreApplication app;
-};
+struct State {};
 
 } // namespace
 
 CHRONVALE_FUZZ_STATE(State)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data),
-                                               static_cast<qsizetype>(size));
+    QByteArray bytes =
+        QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     QBuffer file(&bytes);
     fuzz::require(file.open(QIODevice::ReadOnly));
     const ServerList list = readServerFile(file);

@@ -13,10 +13,6 @@ using namespace cvl;
 namespace {
 
 struct State {
-    State(int* argc, char*** argv)
-        : app(*argc, *argv) {}
-
-    QCoreApplication app;
     ServiceListeners listeners;
 };
 

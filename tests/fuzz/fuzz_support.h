@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 namespace cvl::fuzz {
 
@@ -23,11 +24,12 @@ inline void prepareProcess() {
     });
 }
 
-// A datagram from 127.0.0.1:`port`, as the services' socket hands one over.
-inline Datagram loopbackDatagram(QByteArrayView bytes, quint16 port) {
+// A datagram from 127.0.0.1:`port`, as the services' socket hands one over. It points into
+// `bytes`, which is exactly as long as the datagram, so that a read past its end is caught.
+inline Datagram loopbackDatagram(const std::vector<char>& bytes, quint16 port) {
     Datagram datagram;
-    datagram.data = bytes;
-    datagram.size = bytes.size();
+    datagram.data = QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    datagram.size = datagram.data.size();
     datagram.sender.address.sin6_family = AF_INET6;
     datagram.sender.address.sin6_port = htons(port);
     datagram.sender.address.sin6_addr.s6_addr[10] = 0xFF;
@@ -67,14 +69,16 @@ inline CVL_Server& startServer(test::ServerRig& rig, const QStringList& services
 
 } // namespace cvl::fuzz
 
-// Each target keeps its world in one State, made on the fuzzer's first call.
+// Each target keeps its world in one State, made on the fuzzer's first call once the
+// application object that its sockets and the event loop need is there.
 #define CHRONVALE_FUZZ_STATE(StateType)                                                            \
     namespace {                                                                                    \
     StateType* state = nullptr;                                                                    \
     }                                                                                              \
     extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {                                 \
         cvl::fuzz::prepareProcess();                                                               \
-        static StateType instance(argc, argv);                                                     \
+        static QCoreApplication app(*argc, *argv);                                                 \
+        static StateType instance;                                                                 \
         state = &instance;                                                                         \
         return 0;                                                                                  \
     }

@@ -32,8 +32,7 @@ struct Scene {
 };
 
 struct State {
-    State(int* argc, char*** argv)
-        : app(*argc, *argv) {
+    State() {
         sink.bind(QHostAddress::LocalHost, 0); // takes the answers, never read
         const QStringList services{QStringLiteral("NTP37"), QStringLiteral("DTS13"),
                                    QStringLiteral("UNIX519")};
@@ -47,7 +46,6 @@ struct State {
         set.rig.server().setTimeSynced();
     }
 
-    QCoreApplication app;
     QUdpSocket sink;
     Scene unset;
     Scene set;
@@ -73,9 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // Exactly as long as the datagram, so that a read past its end is caught.
     const std::vector<char> bytes(data + header, data + size);
-    const Datagram request =
-        fuzz::loopbackDatagram(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())),
-                               state->sink.localPort());
+    const Datagram request = fuzz::loopbackDatagram(bytes, state->sink.localPort());
     switch (scene & 3) {
     case 1:
         s.daytime->datagramArrived(server.listeners().udpSocket(ServiceId::Daytime), request);

@@ -8,9 +8,9 @@
 //         bit 1  a server file is in place to start with
 //         bits 2-7 the answers to the questions, in turn
 // Byte 1: the longest arrival; 0 for the whole response in one. The rest: the response.
-#include "fake_launcher.h"
 #include "fuzz_support.h"
 #include "platform/prompter.h"
+#include "platform_fakes.h"
 #include "update/update_check.h"
 
 #include <QFile>
@@ -45,13 +45,8 @@ public:
 };
 
 struct State {
-    State(int* argc, char*** argv)
-        : app(*argc, *argv)
-        , serverFile(folder.filePath(QStringLiteral("QBK_CVLS4.CVL"))) {}
-
-    QCoreApplication app;
     QTemporaryDir folder;
-    QString serverFile;
+    QString serverFile = folder.filePath(QStringLiteral("QBK_CVLS4.CVL"));
 };
 
 // A version file naming no newer program and a server file of another size.

@@ -1,22 +1,20 @@
 // The request log against a fake clock, with a temporary folder as the program folder.
-#include "fake_clock.h"
 #include "log/request_log.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
+#include "server_rig.h"
+
 #include <QTest>
 
 using namespace cvl;
 
-static QString contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+namespace {
+
+QStringList linesOf(const QString& path) {
+    return QString::fromUtf8(test::readFile(path))
+        .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
 }
 
-static QStringList linesOf(const QString& path) {
-    return contents(path).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-}
+} // namespace
 
 class TestRequestLog : public QObject {
     Q_OBJECT
@@ -35,7 +33,7 @@ private slots:
         log.CVLWLOG({}, "192.0.2.7", 123, 48, "NTPv4", "UDP");
         log.CVLWLOG("Monday, November 16, 2026 ", "192.0.2.8", -1, 26, "Daytime", "TCP");
         QCOMPARE(log.currentFilePath(), dir.path() + "/Logs/CVLS161126.LOG");
-        QCOMPARE(contents(log.currentFilePath()),
+        QCOMPARE(test::readFile(log.currentFilePath()),
                  "#Software Service: Chronvale(SM) Server\r\n#Version: 4.1.0\r\n"
                  "#UPDate: 16 Nov 2026 08:00:01\r\n#Date: 16 Nov 2026 23:59:59\r\n"
                  "#Fields: date time c-ip cs-username s-sitename s-computername s-ip cs-method "
@@ -50,65 +48,41 @@ private slots:
     // Either way the next record finds no file and starts one with its own header.
     void nextRecordStartsNewFile_data() {
         QTest::addColumn<bool>("removeLogs");
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QString>("headerDate");
-        QTest::addColumn<QString>("recordDate");
-        QTest::newRow("after local midnight") << false << "CVLS171126.LOG"
-                                              << "17 Nov 2026 00:00:00"
-                                              << "2026-11-17 00:00:00";
-        QTest::newRow("Logs folder removed") << true << "CVLS161126.LOG"
-                                             << "16 Nov 2026 23:59:59"
-                                             << "2026-11-16 23:59:59";
+        QTest::newRow("after local midnight") << false;
+        QTest::newRow("Logs folder removed") << true;
     }
     void nextRecordStartsNewFile() {
         QFETCH(bool, removeLogs);
-        QFETCH(QString, file);
-        QFETCH(QString, headerDate);
-        QFETCH(QString, recordDate);
         RequestLog log(clock, dir.path(), "4.1.0", {});
         log.CVLWLOG({}, "192.0.2.7", 123, 48, "NTPv4", "UDP");
         if (removeLogs) {
             QVERIFY(QDir(dir.path() + "/Logs").removeRecursively());
         } else {
-            clock.advanceMs(1000);
+            clock.set({2026, 11, 17, 0, 0, 0});
         }
         log.CVLWLOG({}, "192.0.2.7", 123, 48, "NTPv4", "UDP");
-        const QStringList lines = linesOf(dir.path() + "/Logs/" + file);
+        const QStringList lines =
+            linesOf(dir.path() + (removeLogs ? "/Logs/CVLS161126.LOG" : "/Logs/CVLS171126.LOG"));
         QCOMPARE(lines.size(), 6);
-        QCOMPARE(lines[3], "#Date: " + headerDate);
-        QVERIFY(lines[5].startsWith(recordDate + " 192.0.2.7 "));
+        QCOMPARE(lines[3],
+                 removeLogs ? "#Date: 16 Nov 2026 23:59:59" : "#Date: 17 Nov 2026 00:00:00");
+        QVERIFY(lines[5].startsWith(removeLogs ? "2026-11-16 23:59:59 " : "2026-11-17 00:00:00 "));
     }
 
-    void byteTotal_data() {
-        QTest::addColumn<QString>("code");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("sentB");
-        QTest::addColumn<int>("iByteTot");
-        QTest::addColumn<QString>("total");
-        QTest::newRow("NTP nothing sent") << "NTPv4"
-                                          << "" << 0 << 0 << "0";
-        QTest::newRow("NTP plain packet") << "NTPv4"
-                                          << "" << 48 << 0 << "48";
-        QTest::newRow("NTP given total") << "NTPv4"
-                                         << "" << 0 << 47 << "47";
-        QTest::newRow("NTP other size") << "NTPv4"
-                                        << "" << 60 << 47 << "0";
-        QTest::newRow("Daytime text") << "Daytime"
-                                      << "Monday, November 16, 2026 " << 26 << 0 << "26";
-        QTest::newRow("given total wins") << "Time"
-                                          << "abc" << 4 << 4 << "4";
-    }
+    // The bytes item: the total given, else what was sent; an NTP packet of another size is 0.
     void byteTotal() {
-        QFETCH(QString, code);
-        QFETCH(QString, text);
-        QFETCH(int, sentB);
-        QFETCH(int, iByteTot);
-        QFETCH(QString, total);
-        RequestLog log(clock, dir.path(), "4.1.0", {});
-        log.CVLWLOG(text, "192.0.2.7", 123, sentB, code, "UDP", iByteTot);
-        const QStringList items = linesOf(log.currentFilePath()).value(5).split(u' ');
-        QCOMPARE(items.size(), 21); // the line ends in a blank
-        QCOMPARE(items[14], total);
+        const auto total = [this](const char* code, const char* text, int sentB, int iByteTot) {
+            RequestLog log(clock, dir.path(), "4.1.0", {});
+            log.CVLWLOG(text, "192.0.2.7", 123, sentB, code, "UDP", iByteTot);
+            const QStringList items = linesOf(log.currentFilePath()).last().split(u' ');
+            return items.size() == 21 ? items[14] : QString(); // the line ends in a blank
+        };
+        QCOMPARE(total("NTPv4", "", 0, 0), "0");
+        QCOMPARE(total("NTPv4", "", 48, 0), "48");
+        QCOMPARE(total("NTPv4", "", 0, 47), "47");
+        QCOMPARE(total("NTPv4", "", 60, 47), "0");
+        QCOMPARE(total("Daytime", "Monday, November 16, 2026 ", 26, 0), "26");
+        QCOMPARE(total("Time", "abc", 4, 4), "4");
     }
 
     // Root may write anywhere, so the unwritable places are paths that cannot be folders.
@@ -116,14 +90,11 @@ private slots:
         QTest::addColumn<QString>("programFolder");
         QTest::addColumn<QString>("fileInTheWay");
         QTest::addColumn<bool>("enabled");
-        QTest::newRow("disabled") << ""
-                                  << "" << false;
-        QTest::newRow("program folder is a file") << "/server.bin"
-                                                  << "/server.bin" << true;
-        QTest::newRow("Logs is a file") << ""
-                                        << "/Logs" << true;
-        QTest::newRow("program folder missing") << "/gone"
-                                                << "" << true;
+        QTest::newRow("disabled") << QString() << QString() << false;
+        QTest::newRow("program folder is a file")
+            << "/server.bin" << QString("/server.bin") << true;
+        QTest::newRow("Logs is a file") << QString() << "/Logs" << true;
+        QTest::newRow("program folder missing") << "/gone" << QString() << true;
     }
     void recordIsLostSilently() {
         QFETCH(QString, programFolder);

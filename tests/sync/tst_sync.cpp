@@ -1,24 +1,32 @@
+// Synchronisation: the server file, the schedule and the choice of server, the clock
+// arithmetic and texts; and end to end inside one process, where the controller asks a
+// loopback reference server of the test's own, takes its answer on the NTP service's socket,
+// sets the (fake) clock, and from then on the NTP service answers with the reference it
+// recorded.
+#include "loopback.h"
+#include "reference_responder.h"
+#include "server_rig.h"
 #include "sync/clock_adjustment.h"
 #include "sync/server_list.h"
 #include "sync/sync_schedule.h"
-#include "timebase/time_base.h"
+#include "sync/time_query.h"
 
-#include <QTemporaryFile>
-#include <QTest>
+#include <QBuffer>
 #include <QtEndian>
 
 using namespace cvl;
+using test::ntpRequest;
+using test::udpExchange;
 
 namespace {
 
 const QByteArray header = "1\n2\r3\r\n4\n5\r";    // five lines, every kind of line end
 constexpr std::uint32_t seconds2004 = 0xC39DE180; // 2004-01-01 00:00:00 UTC
 
-ServerList readContent(const QByteArray& content) {
-    QTemporaryFile file;
-    if (!file.open() || file.write(content) != content.size() || !file.flush())
-        qFatal("cannot write the server file");
-    return readServerFile(file.fileName()).value_or(ServerList{});
+ServerList readContent(QByteArray content) {
+    QBuffer file(&content);
+    file.open(QIODevice::ReadOnly);
+    return readServerFile(file);
 }
 
 // "text/image ..." of the entries, then hosts 1..3.
@@ -33,10 +41,33 @@ QString listed(const QByteArray& content) {
 
 } // namespace
 
-class TstSync : public QObject {
+class TestSync : public QObject {
     Q_OBJECT
 
+    std::unique_ptr<test::ServerRig> rig;
+    std::unique_ptr<test::ReferenceResponder> reference;
+    quint16 ntpPort = 0;
+
+    CVL_Server& server() { return rig->server(); }
+
 private slots:
+    // The one reference server, in region EU, is ours and announces 2004-01-01 00:00:10.25
+    // UTC. Each test starts the controller once it has changed what it needs.
+    void init() {
+        rig = std::make_unique<test::ServerRig>();
+        reference = std::make_unique<test::ReferenceResponder>();
+        reference->fixed = {{3281904010u, 0x40000000u}};
+        rig->options.referencePort = reference->port();
+        ntpPort = test::freePort();
+        rig->writeServerFile({"127.0.0.1:::Loopback EU:::2:::"});
+        rig->store.putHome("Settings", "NO:30:Second/s:EU:36");
+        rig->store.putHome("SNTP123", QString("YES:YES:YES:%1").arg(ntpPort));
+    }
+    void cleanup() {
+        rig.reset();
+        reference.reset();
+    }
+
     void serverFile() {
         QCOMPARE(listed(header), " ; ||");
         // Empty host taken, a malformed line leaves a hole, an image that is no number is 2.
@@ -130,7 +161,110 @@ private slots:
         const ClockSetting setting = clockSettingFor(seconds2004 * 1000.0 + 43262500, 0);
         QVERIFY(syncToolTip(setting, message).endsWith(" 12:1:2.500 | " + message));
     }
+
+    void answerSetsClockAndReference() {
+        server().start();
+        QTRY_VERIFY(server().TimeSynced());
+        QCOMPARE(reference->requests, 1);
+        QCOMPARE(rig->clock.setCalls.size(), std::size_t{1});
+        // The fake ticks stand still: no round trip, so 00:00:10 and 250 ms exactly.
+        QCOMPARE(rig->clock.setCalls[0], (SystemTime{2004, 1, 0, 1, 0, 0, 10, 250}));
+        // The send stamp was taken at 00:00:00.000, whose fraction is never zero.
+        QCOMPARE(server().timeQuery().SyncMessage(),
+                 QStringLiteral("Adjusted by: 10187.9716796875 ms.  CVL Server is Synchronized."));
+        QCOMPARE(server().TipText().size(), 64);
+        QCOMPARE(server().listeners().udpRequests(ServiceId::Ntp).value(), 0);
+
+        const QByteArray reply = udpExchange(ntpPort, ntpRequest(0), 1).value(0);
+        QCOMPARE(reply.size(), 48);
+        QCOMPARE(reply.left(16).toHex(), QByteArray("240204ef0000004f000002a17f000001"));
+        QCOMPARE(reply.mid(16, 8), QByteArray(reinterpret_cast<const char*>(
+                                                  server().timeQuery().LastSyncStamp().data()),
+                                              8));
+        QCOMPARE(reply.mid(24, 8), ntpRequest(0).mid(40, 8)); // transmit stamp echoed
+        QCOMPARE(reply.mid(32, 4).toHex(), QByteArray("c39de180"));
+        QCOMPARE(udpExchange(ntpPort, ntpRequest(9), 1).value(0).mid(24, 8),
+                 ntpRequest(9).mid(24, 8));
+    }
+
+    void onlyFortyEightBytesAreServed() {
+        server().start();
+        QTRY_VERIFY(server().TimeSynced());
+        QCOMPARE(udpExchange(ntpPort, QByteArray(47, '\1'), 1, 300).size(), 0);
+        QCOMPARE(udpExchange(ntpPort, QByteArray(49, '\1'), 1, 300).size(), 0);
+        const QByteArray text = test::readFile(server().logFilePath());
+        QVERIFY(text.contains(" 0 0 0 "));
+        QVERIFY(text.contains("NTPv4 UDP - \r\n"));
+
+        QCOMPARE(test::tcpExchange(ntpPort, ntpRequest(0)).size(), 48);
+        QCOMPARE(test::tcpExchange(ntpPort, QByteArray(47, '\1')).size(), 0);
+    }
+
+    void nothingServedBeforeTheAnswer() {
+        reference->holding = true;
+        server().start();
+        QTRY_COMPARE(reference->requests, 1);
+        QVERIFY(server().AwaitingReply());
+
+        // Byte 24 set: not mistaken for the answer, and not answered yet either.
+        QCOMPARE(udpExchange(ntpPort, ntpRequest(9), 1, 300).size(), 0);
+        QVERIFY(!server().TimeSynced());
+        // A one-byte datagram while waiting: another server, retried after the next tick.
+        udpExchange(ntpPort, "x", 1, 200);
+        QCOMPARE(server().schedule().SyncCounter, server().schedule().SyncSeconds - 1);
+
+        reference->release();
+        QTRY_VERIFY(server().TimeSynced());
+        QCOMPARE(udpExchange(ntpPort, ntpRequest(9), 1).size(), 1);
+    }
+
+    void hostileDatagramsAndForgedAnswers() {
+        server().start();
+        QTRY_VERIFY(server().TimeSynced());
+        server().SyncTimeNow(); // a query is pending again: forged answers get their chance
+        reference->holding = true;
+        QUdpSocket attacker;
+        const auto spray = [&](const QByteArray& datagram) {
+            attacker.writeDatagram(datagram, QHostAddress::LocalHost, ntpPort);
+            QCoreApplication::processEvents();
+        };
+        QByteArray noise(65507, '\0');
+        QRandomGenerator(7).fillRange(reinterpret_cast<quint32*>(noise.data()), noise.size() / 4);
+        for (int length = 0; length <= 65507; length += length <= 1600 ? 1 : 4093) {
+            spray(noise.left(length));
+        }
+        spray(noise);
+        for (int i = 0; i < 2000; ++i) {
+            QByteArray forged = noise.mid(i * 13, 48);
+            if (i % 2 == 0) { // half of them pass the three-byte test
+                forged[24] = forged[27] = forged[31] = '\0';
+            }
+            spray(forged);
+        }
+        QTest::qWait(200);
+        // One query, so at most one answer is taken: the clock was set twice in all.
+        QCOMPARE(rig->clock.setCalls.size(), std::size_t{2});
+        QVERIFY(!server().AwaitingReply());
+        QCOMPARE(udpExchange(ntpPort, ntpRequest(9), 1).size(), 1);
+    }
+
+    void emptyPoolAsksNobody() {
+        rig->store.putHome("Settings", "NO:30:Second/s:AP:36");
+        server().start();
+        QTest::qWait(200);
+        server().SyncTimeNow();
+        QTest::qWait(100);
+        QCOMPARE(reference->requests, 0);
+    }
+
+    void failedSendRetriesOnNextTick() {
+        rig->options.referencePort = 0; // the kernel refuses a datagram to port 0
+        server().start();
+        QCOMPARE(server().schedule().SyncCounter, server().schedule().SyncSeconds);
+        server().syncTick();
+        QCOMPARE(server().schedule().SyncCounter, server().schedule().SyncSeconds);
+    }
 };
 
-QTEST_GUILESS_MAIN(TstSync)
+QTEST_GUILESS_MAIN(TestSync)
 #include "tst_sync.moc"

@@ -1,62 +1,37 @@
-// The built executable with a reference server of the test's own: nothing is served before
-// the reference answers; afterwards every service answers on both transports, one log record
-// per request, and real clients (chronyd -Q, rdate, socat, ntpdig) accept the answers. Each
-// real client is skipped with a message when it is not installed.
-#include "loopback_client.h"
+// The built executable with a reference server of the test's own: the listeners its settings
+// enable, one copy per settings file, nothing served before the reference answers; afterwards
+// every service answers on both transports, one log record per request, real clients
+// (chronyd -Q, rdate, socat, ntpdig) accept the answers, and SIGTERM writes the settings back.
+// Each real client is skipped with a message when it is not installed. Also the command
+// line's errors.
 #include "reference_responder.h"
 #include "server_process.h"
-#include "test_ports.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QRegularExpression>
-#include <QSettings>
 #include <QStandardPaths>
-#include <QTest>
 #include <QTimer>
 #include <cmath>
 #include <unistd.h>
 
 using namespace cvl;
+using test::ntpRequest;
 using test::tcpExchange;
 using test::udpExchange;
 
 namespace {
 
 // Clients never get the capability to set this machine's clock.
-const QStringList kNoClockCapability{"--bounding-set", "-sys_time", "--inh-caps", "-sys_time",
-                                     "--"};
+const QStringList kNoClockCapability{"setpriv",    "--bounding-set", "-sys_time",
+                                     "--inh-caps", "-sys_time",      "--"};
 
-struct Ports {
-    quint16 time, daytime, ntp, unix;
-};
-
-void writeSettings(const QString& path, const Ports& ports) {
-    QSettings ini(path, QSettings::IniFormat);
-    ini.setValue("Settings", "NO:59:Minutes/s:NA:36");
-    ini.setValue("NTP37", QString("YES:YES:YES:%1").arg(ports.time));
-    ini.setValue("DTS13", QString("YES:YES:YES:%1").arg(ports.daytime));
-    ini.setValue("SNTP123", QString("YES:YES:YES:%1").arg(ports.ntp));
-    ini.setValue("UNIX519", QString("YES:YES:YES:%1").arg(ports.unix));
-    ini.setValue("CVL3777", "NO:YES:NO:3777");
-}
-
-QByteArray ntpRequest(quint8 byte24) {
-    QByteArray request(48, '\0');
-    request[0] = 0x23;
-    request[24] = static_cast<char>(byte24);
-    request[47] = 1;
-    return request;
-}
-
-// Runs a client to its end (bounded); its standard output and exit code.
-std::pair<QByteArray, int> run(const QString& program, const QStringList& arguments,
-                               const QByteArray& input = {}, int timeoutMs = 30000) {
+// Runs a client to its end (bounded); its standard output and error, and its exit code.
+std::pair<QByteArray, int> run(const QStringList& command, const QByteArray& input = {}) {
     QProcess process;
-    process.start(program, arguments);
+    process.start(command.first(), command.mid(1));
     process.write(input);
     process.closeWriteChannel();
-    if (!process.waitForFinished(timeoutMs)) {
+    if (!process.waitForFinished(30000)) {
         process.kill();
         process.waitForFinished();
         return {{}, -1};
@@ -65,9 +40,8 @@ std::pair<QByteArray, int> run(const QString& program, const QStringList& argume
 }
 
 bool have(const char* tool) {
-    return !QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty() ||
-           !QStandardPaths::findExecutable(QString::fromLatin1(tool), {"/usr/sbin", "/sbin"})
-                .isEmpty();
+    return !QStandardPaths::findExecutable(tool).isEmpty() ||
+           !QStandardPaths::findExecutable(tool, {"/usr/sbin", "/sbin"}).isEmpty();
 }
 
 } // namespace
@@ -77,50 +51,42 @@ class TestSynchronisedServer : public QObject {
 
     test::ReferenceResponder reference;
     test::ServerProcess server;
-    Ports ports{};
-    QByteArray stderrSoFar;
+    test::Ports ports;
 
     [[nodiscard]] QStringList logRecords() const {
         const QDir logs(server.dataDir() + QStringLiteral("/Logs"));
-        QStringList records;
+        QStringList lines;
         for (const QString& name : logs.entryList({"CVLS*.LOG"})) {
-            QFile file(logs.filePath(name));
-            if (file.open(QIODevice::ReadOnly)) {
-                const QStringList lines =
-                    QString::fromUtf8(file.readAll()).split("\r\n", Qt::SkipEmptyParts);
-                for (const QString& line : lines) {
-                    if (!line.startsWith('#')) {
-                        records << line;
-                    }
-                }
-            }
+            lines += QString::fromUtf8(test::readFile(logs.filePath(name)))
+                         .split("\r\n", Qt::SkipEmptyParts);
         }
-        return records;
+        return lines.filter(QRegularExpression("^[^#]"));
     }
 
 private slots:
     void initTestCase() {
-        ports = {test::freePort(), test::freePort(), test::freePort(), test::freePort()};
-        writeSettings(server.settingsPath(), ports);
-        server.writeServerFile({QStringLiteral("127.0.0.1:::Loopback NA:::2:::")});
+        server.configure(ports);
         reference.holding = true;
-        QObject::connect(&server.process, &QProcess::readyReadStandardError,
-                         [this] { stderrSoFar += server.process.readAllStandardError(); });
         server.start({"--reference-port", QString::number(reference.port())});
         QVERIFY(server.process.waitForStarted(5000));
         QTRY_COMPARE_WITH_TIMEOUT(reference.requests, 1, 5000);
     }
 
     void nothingIsServedBeforeTheReferenceAnswers() {
+        // The client protocol listens on TCP only, as its setting says: its port is taken for
+        // TCP and free for UDP.
+        QTcpServer tcp;
+        QUdpSocket udp;
+        QVERIFY(!tcp.listen(QHostAddress::Any, ports.client));
+        QVERIFY(udp.bind(QHostAddress::Any, ports.client, QAbstractSocket::DontShareAddress));
         QCOMPARE(tcpExchange(ports.time, {}, 300), QByteArray());
         QCOMPARE(udpExchange(ports.time, "x", 1, 300).size(), 0);
-        QCOMPARE(udpExchange(ports.daytime, "x", 1, 300).size(), 0);
-        QCOMPARE(udpExchange(ports.unix, "x", 1, 300).size(), 0);
         // Byte 24 set, so it is no answer to the server's own query; logged, not answered.
         QCOMPARE(udpExchange(ports.ntp, ntpRequest(7), 1, 300).size(), 0);
 
         reference.release();
-        QTRY_VERIFY_WITH_TIMEOUT(stderrSoFar.contains("CVL Server is Synchronized."), 5000);
+        QVERIFY(server.waitSynchronised());
+        QVERIFY(server.errors.contains("CVL Server is Synchronized."));
         QCOMPARE(logRecords().size(), 1);
     }
 
@@ -150,11 +116,9 @@ private slots:
         if (!have("chronyd")) {
             QSKIP("chronyd is not installed (Debian package chrony)");
         }
-        const QString user =
-            QString::fromLocal8Bit(qgetenv("USER").isEmpty() ? "root" : qgetenv("USER"));
-        const auto [output, code] = run(
-            "setpriv",
-            kNoClockCapability +
+        const QString user = qEnvironmentVariable("USER", QStringLiteral("root"));
+        const auto [output, code] =
+            run(kNoClockCapability +
                 QStringList{"chronyd", "-Q", "-t", "20", "-u", user,
                             QString("server 127.0.0.1 port %1 iburst maxsamples 4").arg(ports.ntp),
                             "pidfile " + server.dir.filePath("chronyd.pid")});
@@ -173,8 +137,8 @@ private slots:
         for (const QStringList& mode :
              {QStringList{"-p", "-o", QString::number(ports.time)},
               QStringList{"-n", "-p", "-o", QString::number(ports.ntp)}}) {
-            const auto [output, code] = run("setpriv", kNoClockCapability + QStringList{"rdate"} +
-                                                           mode + QStringList{"127.0.0.1"});
+            const auto [output, code] =
+                run(kNoClockCapability + QStringList{"rdate"} + mode + QStringList{"127.0.0.1"});
             QCOMPARE(code, 0);
             QVERIFY2(output.contains(QByteArray::number(QDate::currentDate().year())),
                      output.constData());
@@ -188,7 +152,7 @@ private slots:
         const QRegularExpression line(R"(^\w+, \w+ \d\d, \d{4} \d\d:\d\d:\d\d-.+$)");
         for (const char* transport : {"TCP", "UDP"}) {
             const auto [output, code] = run(
-                "socat", {"-T2", "-", QString("%1:127.0.0.1:%2").arg(transport).arg(ports.daytime)},
+                {"socat", "-T2", "-", QString("%1:127.0.0.1:%2").arg(transport).arg(ports.daytime)},
                 "x");
             QVERIFY2(line.match(QString::fromUtf8(output)).hasMatch(), output.constData());
             QVERIFY(!output.endsWith('\n'));
@@ -202,40 +166,71 @@ private slots:
         // ntpdig asks port 123 only: give it a network namespace of its own, where the server
         // and a reference responder (this program, started with --respond) live alone.
         const QString ns = QString("cvltest%1").arg(::getpid());
-        if (run("ip", {"netns", "add", ns}).second != 0) {
+        if (run({"ip", "netns", "add", ns}).second != 0) {
             QSKIP("no network namespace available for port 123");
         }
-        run("ip", {"netns", "exec", ns, "ip", "link", "set", "lo", "up"});
+        const QStringList inside{"ip", "netns", "exec", ns};
+        run(inside + QStringList{"ip", "link", "set", "lo", "up"});
         QProcess responder;
-        responder.start("ip", {"netns", "exec", ns, QCoreApplication::applicationFilePath(),
-                               "--respond", "21999"});
-        test::ServerProcess inside;
-        Ports standard{test::freePort(), test::freePort(), 123, test::freePort()};
-        writeSettings(inside.settingsPath(), standard);
-        inside.writeServerFile({QStringLiteral("127.0.0.1:::Loopback NA:::2:::")});
-        inside.process.setProgram("ip");
-        inside.process.setArguments(
-            QStringList{"netns", "exec", ns, QStringLiteral(CHRONVALE_SERVER_EXE)} +
-            inside.safeArguments() + QStringList{"--reference-port", "21999"});
-        QByteArray insideStderr;
-        QObject::connect(&inside.process, &QProcess::readyReadStandardError,
-                         [&] { insideStderr += inside.process.readAllStandardError(); });
+        responder.start("ip", inside.mid(1) + QStringList{QCoreApplication::applicationFilePath(),
+                                                          "--respond", "21999"});
+        test::ServerProcess insideServer;
+        test::Ports standard;
+        standard.ntp = 123;
+        insideServer.configure(standard);
         QTest::qWait(300); // the responder binds first
-        inside.process.start();
-        QTRY_VERIFY_WITH_TIMEOUT(insideStderr.contains("Synchronized"), 5000);
-
+        insideServer.start({"--reference-port", "21999"}, inside);
+        const bool synchronised = insideServer.waitSynchronised();
         const auto [output, code] =
-            run("ip", QStringList{"netns", "exec", ns, "setpriv"} + kNoClockCapability +
-                          QStringList{"ntpdig", "127.0.0.1"});
-        inside.terminate();
+            run(inside + kNoClockCapability + QStringList{"ntpdig", "127.0.0.1"});
+        insideServer.terminate();
         responder.kill();
         responder.waitForFinished();
-        run("ip", {"netns", "delete", ns});
+        run({"ip", "netns", "delete", ns});
+        QVERIFY(synchronised);
         QCOMPARE(code, 0);
         QVERIFY2(output.contains("127.0.0.1"), output.constData());
     }
 
-    void cleanupTestCase() { QCOMPARE(server.terminate(), 0); }
+    void oneCopyPerSettingsFile() {
+        test::ServerProcess second;
+        second.process.start(second.process.program(), server.safeArguments());
+        QVERIFY(second.process.waitForFinished(5000));
+        QCOMPARE(second.process.exitCode(), 1);
+        QVERIFY(second.errors.contains("already running"));
+    }
+
+    void commandLineErrorsAndHelp() {
+        test::ServerProcess server;
+        QProcess& process = server.process;
+        process.setArguments(server.safeArguments() << "--bogus");
+        process.start();
+        QVERIFY(process.waitForFinished(5000));
+        QCOMPARE(process.exitCode(), 2);
+        QVERIFY(server.errors.contains("unknown option: --bogus"));
+
+        process.setArguments(server.safeArguments() << "--help");
+        process.start();
+        QVERIFY(process.waitForFinished(5000));
+        QCOMPARE(process.exitCode(), 0);
+        const QByteArray help = process.readAllStandardOutput();
+        for (const char* option :
+             {"-rs", "--headless", "--data-dir", "--settings", "--reference-port",
+              "--update-server", "--no-set-clock", "--version", "--help"}) {
+            QVERIFY2(help.contains(option), option);
+        }
+    }
+
+    // SIGTERM writes the settings back as they were read; no autostart entry was asked for.
+    void cleanupTestCase() {
+        QCOMPARE(server.terminate(), 0);
+        const QSettings ini(server.settingsPath(), QSettings::IniFormat);
+        QCOMPARE(ini.value("NTP37").toString(), QString("YES:YES:YES:%1").arg(ports.time));
+        QCOMPARE(ini.value("CVL3777").toString(), QString("YES:YES:NO:%1").arg(ports.client));
+        QCOMPARE(ini.value("Settings").toString(), QStringLiteral("NO:59:Minutes/s:NA:36"));
+        QCOMPARE(ini.value("EnableLogging").toString(), QStringLiteral("NO"));
+        QVERIFY(!QFile::exists(server.dir.filePath("xdg/autostart/chronvale-server.desktop")));
+    }
 };
 
 int main(int argc, char* argv[]) {

@@ -1,5 +1,4 @@
-#include "fake_clock.h"
-#include "fake_time_zone.h"
+#include "platform_fakes.h"
 #include "timebase/arithmetic.h"
 #include "timebase/time_base.h"
 
@@ -8,8 +7,6 @@
 using namespace cvl;
 using cvl::test::FakeClock;
 using cvl::test::FakeTimeZone;
-
-Q_DECLARE_METATYPE(cvl::LocalDateTime)
 
 namespace {
 
@@ -46,55 +43,42 @@ private slots:
         QCOMPARE(orMinusOne(TimeBase(clock, zone).GrabBias()), -1);
     }
 
-    // The 1900 count stops at 2^32 seconds, the Unix count at 2^31 - 1, two years apart.
-    void wholeSeconds_data() {
-        QTest::addColumn<LocalDateTime>("local");
-        QTest::addColumn<bool>("easternDaylight");
-        QTest::addColumn<QString>("timeBytes");
-        QTest::addColumn<int>("unix"); // -1: no answer
-        QTest::newRow("2004 UTC") << LocalDateTime{2004, 1, 1, 0, 0, 0} << false << "c39de180"
-                                  << 0x3FF36300;
-        QTest::newRow("2004 from Eastern daylight")
-            << LocalDateTime{2003, 12, 31, 20, 0, 0} << true << "c39de180" << 0x3FF36300;
-        QTest::newRow("19:00 Eastern daylight is 23:00 UTC")
-            << LocalDateTime{2003, 12, 31, 19, 0, 0} << true << "c39dd370" << 1072911600;
-        QTest::newRow("past 32 bits")
-            << LocalDateTime{2036, 2, 7, 6, 28, 16} << false << "none" << 2085978496;
-        QTest::newRow("last Unix second")
-            << LocalDateTime{2038, 1, 19, 3, 14, 7} << false << "none" << 0x7FFFFFFF;
-        QTest::newRow("past Unix range")
-            << LocalDateTime{2038, 1, 19, 3, 14, 8} << false << "none" << -1;
-    }
+    // The Time protocol's bytes and the Unix seconds: the 1900 count stops at 2^32 seconds,
+    // the Unix count at 2^31 - 1, two years apart.
     void wholeSeconds() {
-        QFETCH(LocalDateTime, local);
-        QFETCH(bool, easternDaylight);
-        FakeClock clock;
-        clock.set(local);
-        const FakeTimeZone zone =
-            easternDaylight ? FakeTimeZone::easternDaylight() : FakeTimeZone();
-        const TimeBase base(clock, zone);
-        QTEST(hex(base.timeProtocolBytes()), "timeBytes");
-        QTEST(orMinusOne(base.unixSeconds()), "unix");
+        const auto seconds = [](const LocalDateTime& local, bool easternDaylight) {
+            FakeClock clock;
+            clock.set(local);
+            const FakeTimeZone zone =
+                easternDaylight ? FakeTimeZone::easternDaylight() : FakeTimeZone();
+            const TimeBase base(clock, zone);
+            return hex(base.timeProtocolBytes()) + u' ' +
+                   QString::number(orMinusOne(base.unixSeconds()));
+        };
+        QCOMPARE(seconds({2004, 1, 1, 0, 0, 0}, false), "c39de180 1072915200");
+        QCOMPARE(seconds({2003, 12, 31, 20, 0, 0}, true), "c39de180 1072915200");
+        QCOMPARE(seconds({2003, 12, 31, 19, 0, 0}, true), "c39dd370 1072911600"); // 23:00 UTC
+        QCOMPARE(seconds({2036, 2, 7, 6, 28, 16}, false), "none 2085978496");
+        QCOMPARE(seconds({2038, 1, 19, 3, 14, 7}, false), "none 2147483647");
+        QCOMPARE(seconds({2038, 1, 19, 3, 14, 8}, false), "none -1");
     }
 
-    // Expected bytes worked out independently from the same steps in double arithmetic.
-    void grabTime_data() {
-        QTest::addColumn<int>("milliseconds");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("0 ms: substitute, not zero") << 0 << "c39de1800fe112cb";
-        QTest::newRow("1 ms: top byte rounds to 0") << 1 << "c39de18000428937";
-        QTest::newRow("500 ms: zero remainders") << 500 << "c39de180803a3a3a";
-        // The only reading that overflows: 999 ms puts the top fraction byte at 255.74.
-        QTest::newRow("999 ms overflows") << 999 << "none";
-    }
+    // The NTP timestamp from the millisecond reading; the expected bytes were worked out
+    // independently from the same steps in double arithmetic.
     void grabTime() {
-        QFETCH(int, milliseconds);
-        FakeClock clock;
-        clock.set({2004, 1, 1, 0, 0, 0}, milliseconds);
-        const FakeTimeZone utc;
-        TimeBase base(clock, utc);
-        QTEST(hex(base.GrabTime()), "expected");
-        QCOMPARE(base.LastMilliseconds(), milliseconds);
+        const auto stamp = [](int milliseconds) {
+            FakeClock clock;
+            clock.set({2004, 1, 1, 0, 0, 0}, milliseconds);
+            const FakeTimeZone utc;
+            TimeBase base(clock, utc);
+            const QString bytes = hex(base.GrabTime());
+            return base.LastMilliseconds() == milliseconds ? bytes : QStringLiteral("not kept");
+        };
+        QCOMPARE(stamp(0), "c39de1800fe112cb");   // a substitute, not zero
+        QCOMPARE(stamp(1), "c39de18000428937");   // the top byte rounds to 0
+        QCOMPARE(stamp(500), "c39de180803a3a3a"); // zero remainders
+        // The only reading that overflows: 999 ms puts the top fraction byte at 255.74.
+        QCOMPARE(stamp(999), "none");
     }
 
     void zoneNameFollowsDaylightAndIsCut() {

@@ -1,7 +1,7 @@
 // Saves pictures of the main window on each tree node and of the configuration dialog, for
 // review by eye: screenshots OUT_DIR [dark]. Run by scripts/screenshots.sh under Xvfb.
+#include "loopback.h"
 #include "server_rig.h"
-#include "test_ports.h"
 #include "ui/config_dialog.h"
 #include "ui/desktop_front_end.h"
 #include "ui/server_window.h"

@@ -1,18 +1,15 @@
 // The update check against an HTTP server of the test's own on loopback: the requests it
 // sends, what each version file leads to, the server-file download, and responses that are
 // wrong in every way.
-#include "fake_launcher.h"
-#include "fake_prompter.h"
 #include "http_stub.h"
+#include "loopback.h"
 #include "platform/linux/system_launcher.h"
+#include "server_rig.h"
 #include "update/update_check.h"
 
-#include <QDir>
-#include <QTcpServer>
-#include <QTemporaryDir>
-#include <QTest>
-
 using namespace cvl;
+using test::readFile;
+using test::writeFile;
 
 namespace {
 
@@ -33,17 +30,6 @@ QByteArray request(const QByteArray& path) {
     return "GET " + path +
            " HTTP/1.1\r\nAccept: */*\r\nHost: 127.0.0.1\r\nReferer: Chronvale S v4.0.12\r\n"
            "User-Agent: Chronvale v4.0.12\r\n\r\n";
-}
-
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeFile(const QString& path, const QByteArray& content) {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("cannot write %s", qPrintable(path));
 }
 
 // The windows and the controller as the check sees them, and everything around the check.
@@ -150,10 +136,7 @@ private slots:
     }
 
     void socketErrorEnablesButton() {
-        QTcpServer closed;
-        QVERIFY(closed.listen(QHostAddress::LocalHost));
-        Rig r(nullptr, closed.serverPort());
-        closed.close();
+        Rig r(nullptr, test::freePort());
         r.check.QBKUpdate();
         QTRY_COMPARE(r.outcome(), "enabled");
     }

@@ -1,9 +1,20 @@
-// The painted button: clicks and what is not a click, hovering, the link a click opens, saved
-// properties, and the frames some looks must not draw.
+// The desktop views on the offscreen platform. The painted button: clicks and what is not a
+// click, hovering, the link a click opens, saved properties, and the frames some looks must not
+// draw. The windows: the tree and controls that start-up builds, clicks in the window reaching
+// the controller, and the configuration dialog's rules.
+#include "loopback.h"
+#include "server_rig.h"
+#include "ui/config_dialog.h"
+#include "ui/desktop_front_end.h"
 #include "ui/qbk_buttons.h"
+#include "ui/server_window.h"
 
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
 #include <QPainter>
 #include <QTest>
+#include <QTreeWidget>
 
 using namespace cvl;
 
@@ -23,6 +34,9 @@ struct ProbedButton : QBKButtons {
         connect(this, &QBKButtons::MouseOut, [this] { log << "out"; });
         show();
     }
+    // What happened since the last look.
+    QStringList take() { return std::exchange(log, {}); }
+
     bool inside = true;
     QStringList log;
     [[nodiscard]] bool pointerInside() const override { return inside; }
@@ -54,32 +68,150 @@ QPixmap filled(QColor color, QSize size = {8, 8}) {
 
 } // namespace
 
-class TestQbkButtons : public QObject {
+class TestUi : public QObject {
     Q_OBJECT
+
+    std::unique_ptr<test::ServerRig> rig;
+    std::unique_ptr<DesktopFrontEnd> front;
+
+    void startWith(const QString& region, bool hidden = false) {
+        rig = std::make_unique<test::ServerRig>();
+        rig->writeServerFile();
+        rig->store.putHome("NTP37", QString("YES:YES:YES:%1").arg(test::freePort()));
+        rig->store.putHome("Settings", "NO:59:Minutes/s:" + region + ":36");
+        rig->store.putHome("EnableLogging", "NO");
+        front = std::make_unique<DesktopFrontEnd>();
+        front->build(rig->server());
+        rig->server().start([&] { front->startUp(hidden); });
+    }
+    template <typename T> T* find(QWidget* parent, const char* name) {
+        return parent->findChild<T*>(QLatin1String(name));
+    }
+
 private slots:
+    void cleanup() {
+        front.reset();
+        rig.reset();
+    }
+
+    void startUpBuildsTreeAndControls() {
+        startWith("NA");
+        ServerWindow& window = front->window();
+        QVERIFY(window.isVisible());
+        QCOMPARE(window.selectedNode(), 1);
+        QTreeWidgetItem* root = find<QTreeWidget>(&window, "CVL_TV")->topLevelItem(0);
+        QStringList nodes{root->text(0)};
+        for (int i = 0; i < root->childCount(); ++i)
+            nodes << root->child(i)->text(0);
+        QCOMPARE(nodes, QStringList({"CVL Servers", "Time Service Server", "Daytime Service Server",
+                                     "SNTP v4 Service Server", "UnixTime Service Server",
+                                     "CVL Server Client Server", "CVL About/Help",
+                                     "CVL Advanced Config"}));
+        auto* units = find<QComboBox>(&window, "SyncIntC");
+        QCOMPARE(units->count(), 4);
+        QCOMPARE(units->itemText(0) + units->itemText(3), QStringLiteral("Second/sDay/s"));
+        QCOMPARE(units->placeholderText(), QStringLiteral("Minutes/s"));
+        QVERIFY(rig->server().LogEnabled());
+
+        cleanup();
+        startWith("NA", true);
+        QVERIFY(!front->window().isVisible());
+    }
+
+    void windowClicksReachTheController() {
+        startWith("NA");
+        ServerWindow& window = front->window();
+        window.CVLSelected(2);
+        auto* master = find<QCheckBox>(&window, "eNTP");
+        QVERIFY(master->isVisible());
+        QTest::mouseClick(master, Qt::LeftButton, {}, QPoint(4, master->height() / 2));
+        QVERIFY(!rig->server().listeners().controls(ServiceId::Time).master);
+        QVERIFY(!rig->server().listeners().tcpListening(ServiceId::Time));
+        QVERIFY(!find<QCheckBox>(&window, "eTCP37")->isEnabled());
+
+        auto* port = find<QLineEdit>(&window, "NTP_Ptxt");
+        port->clear();
+        QTest::keyClicks(port, "abc");
+        QTest::keyClick(port, Qt::Key_Return);
+        QCOMPARE(rig->server().listeners().controls(ServiceId::Time).portText,
+                 QStringLiteral("abc"));
+        QCOMPARE(port->toolTip(), kPortRegisteredTip);
+
+        // Letters in the interval box go, one change at a time, until a number is left.
+        auto* every = find<QLineEdit>(&window, "SyncN");
+        every->setText(QStringLiteral("15xy"));
+        QCOMPARE(every->text(), QStringLiteral("15"));
+        QCOMPARE(rig->server().syncControls().syncN, QStringLiteral("15"));
+    }
+
+    void configDialogLoadsWithoutChangingAnything_data() {
+        QTest::addColumn<QString>("region");
+        QTest::addColumn<int>("index");
+        QTest::newRow("AE") << "AE" << 5;
+        QTest::newRow("AP") << "AP" << 6;
+        QTest::newRow("unknown") << "ZZ" << -1;
+        QTest::newRow("empty") << "" << -1;
+    }
+    void configDialogLoadsWithoutChangingAnything() {
+        QFETCH(QString, region);
+        startWith(region);
+        CVL_ConfigSVR& dialog = front->configDialog();
+        QCOMPARE(dialog.windowTitle(), "CONFIG - " + rig->server().windowCaption());
+        auto* regions = find<QComboBox>(&dialog, "Regions");
+        QTEST(regions->currentIndex(), "index");
+        QCOMPARE(regions->placeholderText(), QStringLiteral("North America NA"));
+        QCOMPARE(regions->itemText(1),
+                 QStringLiteral("SA - South America [Chile , Brazil, Columbia]"));
+        QCOMPARE(rig->server().RegionCode(), region);
+        QVERIFY(!find<QCheckBox>(&dialog, "wc3Logs")->isChecked()); // saved "NO"
+    }
+
+    void configDialogClicks() {
+        startWith("NA");
+        rig->autostart.present = true;
+        CVL_ConfigSVR* dialog = &front->configDialog();
+        auto* regions = find<QComboBox>(dialog, "Regions");
+        regions->setCurrentIndex(2);
+        emit regions->textActivated(regions->currentText());
+        QCOMPARE(rig->server().RegionCode(), QStringLiteral("EU"));
+
+        find<QCheckBox>(dialog, "wc3Logs")->click();
+        QVERIFY(rig->server().EnableLogging());
+        find<QCheckBox>(dialog, "OpenMin")->click();
+        QVERIFY(rig->server().OpenMinimized());
+
+        // The update button stays off until the check ends, even across a closed dialog.
+        auto* check = find<QAbstractButton>(dialog, "CheckUpdate");
+        rig->server().setCheckUpdateEnabled(false);
+        QVERIFY(!check->isEnabled());
+        find<QAbstractButton>(dialog, "cfgsvrOK")->click();
+        QTRY_VERIFY(!front->configDialogOpen());
+        dialog = &front->configDialog();
+        QVERIFY(!find<QAbstractButton>(dialog, "CheckUpdate")->isEnabled());
+        rig->server().setCheckUpdateEnabled(true);
+        QVERIFY(find<QAbstractButton>(dialog, "CheckUpdate")->isEnabled());
+    }
+
     void clicks() {
         ProbedButton b;
         b.setUrl(QStringLiteral("http://example.org"));
         QTest::mousePress(&b, Qt::LeftButton, {}, {10, 12});
         QVERIFY(b.isPressed());
         QTest::mouseRelease(&b, Qt::LeftButton, {}, {10, 12});
-        QCOMPARE(b.log, (QStringList{"down", "click", "navigate http://example.org", "up"}));
+        QCOMPARE(b.take(), (QStringList{"down", "click", "navigate http://example.org", "up"}));
 
-        b.log.clear();
         QTest::mousePress(&b, Qt::RightButton, {}, {10, 12});
         QVERIFY(!b.isPressed());
         QTest::mouseRelease(&b, Qt::RightButton, {}, {10, 12});
         QTest::mousePress(&b, Qt::LeftButton, {}, {10, 12});
         QTest::mouseRelease(&b, Qt::LeftButton, {}, {80, 12}); // just past the right edge
-        QCOMPARE(b.log, (QStringList{"down", "up", "down", "up"}));
+        QCOMPARE(b.take(), (QStringList{"down", "up", "down", "up"}));
 
-        b.log.clear();
         b.setUrl({});
         for (const auto key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_X})
             QTest::keyClick(&b, key);
-        QCOMPARE(b.log, (QStringList{"click", "click"})); // once each, no link
+        QCOMPARE(b.take(), (QStringList{"click", "click"})); // once each, no link
 
-        b.log.clear();
         for (const char* url : {"mailto:a@b.org", "MAILTO:a@b.org", ""}) {
             b.setUrl(url);
             b.GoToURL();
@@ -184,5 +316,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestQbkButtons)
-#include "tst_qbk_buttons.moc"
+QTEST_MAIN(TestUi)
+#include "tst_ui.moc"

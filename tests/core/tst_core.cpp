@@ -1,0 +1,397 @@
+// The core of the server. The settings texts: the registry module, the value formats and the
+// number parsing that port boxes and saved fields go through. The listeners over real loopback
+// sockets: opening and closing by the operator's boxes, the Enter key, port conflicts, the gate
+// before the clock is set, the idle limit, and reuse of closed sockets. The controller's
+// start-up and shutdown around the settings: defaults on a first start, the write-back order,
+// the start-with-the-system entry, the logging override, and a missing server file fetched
+// before anything is opened.
+#include "core/leading_number.h"
+#include "core/registry.h"
+#include "core/service_listeners.h"
+#include "core/settings_values.h"
+#include "http_stub.h"
+#include "loopback.h"
+#include "platform_fakes.h"
+#include "reference_responder.h"
+#include "server_rig.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <memory>
+#include <vector>
+
+using namespace cvl;
+using enum ServiceId;
+using test::ServerRig;
+
+namespace {
+
+QString setting(const char* flags, quint16 port) {
+    return QString::fromLatin1(flags) + QLatin1Char(':') + QString::number(port);
+}
+
+std::unique_ptr<QTcpSocket> connectTo(quint16 port) {
+    auto client = std::make_unique<QTcpSocket>();
+    client->connectToHost(QHostAddress::LocalHost, port);
+    return client;
+}
+
+// Which of a service's sockets are open: "tcp udp", "tcp -", "- udp" or "- -".
+QString open(const ServiceListeners& listeners, ServiceId id) {
+    return QString(listeners.tcpListening(id) ? "tcp " : "- ") +
+           (listeners.udpBound(id) ? "udp" : "-");
+}
+
+void putServices(test::ServerRig& rig, quint16 port) {
+    rig.writeServerFile();
+    test::MemorySettingsStore& store = rig.store;
+    const QString p = QString::number(port);
+    store.putHome(QStringLiteral("NTP37"), "YES:YES:YES:" + p);
+    store.putHome(QStringLiteral("SNTP123"), "NO:YES:YES:123");
+    store.putHome(QStringLiteral("UNIX519"), "yes:YES:NO:519");
+    store.putHome(QStringLiteral("CVL3777"), QStringLiteral("YES:YES:YES"));
+    store.putHome(QStringLiteral("DTS13"), QStringLiteral("NO:YES:YES:1313"));
+}
+
+} // namespace
+
+class TestCore : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<ServiceListeners> listeners;
+    quint16 port = 0;
+
+    [[nodiscard]] QString open(ServiceId id) const { return ::open(*listeners, id); }
+
+private slots:
+    void init() {
+        listeners = std::make_unique<ServiceListeners>();
+        port = test::freePort();
+    }
+
+    void boxesFollowTheirRules() {
+        listeners->applySetting(Time, setting("YES:YES:YES", port));
+        listeners->tcpBoxClicked(Time, false);
+        QCOMPARE(open(Time), "tcp udp"); // unticking TCP keeps the listener
+
+        listeners->masterClicked(Time, false);
+        QCOMPARE(open(Time), "- udp"); // the master box stops TCP only
+        QVERIFY(!listeners->controls(Time).transportBoxesEnabled());
+        listeners->udpBoxClicked(Time, false); // disabled box: ignored
+        QVERIFY(listeners->controls(Time).udp);
+
+        listeners->masterClicked(Time, true);
+        QCOMPARE(open(Time), "- udp"); // the TCP box was left unticked
+        listeners->tcpBoxClicked(Time, true);
+        QCOMPARE(open(Time), "tcp udp");
+        listeners->udpBoxClicked(Time, false);
+        QCOMPARE(open(Time), "tcp -");
+    }
+
+    void enterRegistersTypedPort() {
+        listeners->applySetting(Time, setting("YES:YES:NO", port));
+        const quint16 newPort = test::freePort();
+        const auto listening = [this] {
+            return listeners->tcpArray(Time).listener().serverPort();
+        };
+
+        listeners->portTextChanged(Time, QString::number(newPort));
+        QCOMPARE(listeners->controls(Time).portToolTip, kPortChangedTip);
+        listeners->portKeyPressed(Time, QLatin1Char('x'));
+        QCOMPARE(listening(), port);
+
+        listeners->portKeyPressed(Time, QChar(13));
+        QCOMPARE(listening(), newPort);
+        QVERIFY2(listeners->udpBound(Time), "Enter opens UDP even with its box unticked");
+        QCOMPARE(listeners->udpSocket(Time).localPort(), newPort);
+        QCOMPARE(listeners->controls(Time).portToolTip, kPortRegisteredTip);
+
+        // A disabled service only gets the tool tip; the client-protocol box has no handlers.
+        listeners->portKeyPressed(Daytime, QChar(13));
+        QCOMPARE(open(Daytime), "- -");
+        QCOMPARE(listeners->controls(Daytime).portToolTip, kPortRegisteredTip);
+        listeners->portTextChanged(Client, QStringLiteral("1"));
+        listeners->portKeyPressed(Client, QChar(13));
+        QVERIFY(listeners->controls(Client).portToolTip.isEmpty());
+    }
+
+    void portConflictsAndBadPorts() {
+        QTcpServer otherTcp;
+        QUdpSocket otherUdp;
+        QVERIFY(otherTcp.listen(QHostAddress::Any, port));
+        QVERIFY(otherUdp.bind(QHostAddress::Any, port, QAbstractSocket::DontShareAddress));
+
+        QSignalSpy status(listeners.get(), &ServiceListeners::statusText);
+        listeners->masterClicked(Daytime, true);
+        listeners->portTextChanged(Daytime, QString::number(port));
+        listeners->portKeyPressed(Daytime, QChar(13));
+        QCOMPARE(open(Daytime), "- -");
+        QVERIFY(!status.isEmpty());
+        const QString p = QString::number(port);
+        QCOMPARE(status.last().first().toString(),
+                 "That address is already in use.  Please select a different port than " + p +
+                     ".\rDAYTIME SERVICE SERVER ERROR - PORT: " + p + " invalid.");
+        // At start-up a port in use or out of range leaves the service closed, silently.
+        status.clear();
+        listeners->applySetting(Time, setting("YES:YES:YES", port));
+        listeners->applySetting(Unix, QStringLiteral("YES:YES:YES:40000"));
+        QCOMPARE(open(Time), "- -");
+        QCOMPARE(open(Unix), "- -");
+        QCOMPARE(status.count(), 0);
+
+        // Letters give port 0: the system picks a free port.
+        listeners->applySetting(Client, QStringLiteral("YES:YES:NO:abc"));
+        QVERIFY(listeners->tcpListening(Client));
+        QVERIFY(listeners->tcpArray(Client).listener().serverPort() != 0);
+    }
+
+    void noClientAcceptedBeforeClockIsSet() {
+        listeners->applySetting(Time, setting("YES:YES:NO", port));
+        auto client = connectTo(port);
+        QVERIFY(client->waitForConnected(2000)); // the kernel's backlog holds it
+        QTest::qWait(200);
+        QCOMPARE(listeners->tcpArray(Time).upperBound(), 0);
+        QCOMPARE(listeners->tcpRequests(Time).value(), 0);
+
+        // Once the clock is set, that early client is let go unanswered; new ones are taken.
+        listeners->setTimeSynced();
+        QTRY_COMPARE(client->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(listeners->tcpArray(Time).upperBound(), 0);
+        auto later = connectTo(port);
+        QTRY_COMPARE(listeners->tcpArray(Time).upperBound(), 1);
+        QCOMPARE(listeners->tcpRequests(Time).value(), 1);
+    }
+
+    void quietClientsAreClosed() {
+        listeners = std::make_unique<ServiceListeners>(nullptr, std::chrono::milliseconds(300));
+        listeners->setTimeSynced();
+        listeners->applySetting(Client, setting("YES:YES:NO", port));
+        auto quiet = connectTo(port);
+        auto talking = connectTo(port);
+        QTRY_COMPARE(listeners->tcpArray(Client).upperBound(), 2);
+        for (int i = 0; i < 5; ++i) { // keeps talking across the limit
+            QTest::qWait(100);
+            talking->write("x");
+        }
+        QTRY_COMPARE(quiet->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(talking->state(), QAbstractSocket::ConnectedState);
+    }
+
+    void closedSocketsAreReused() {
+        listeners->setTimeSynced();
+        listeners->applySetting(Client, setting("YES:YES:NO", port));
+        QSignalSpy shown(listeners.get(), &ServiceListeners::clientShown);
+        TcpSocketArray& array = listeners->tcpArray(Client);
+        std::vector<std::unique_ptr<QTcpSocket>> clients;
+        for (int i = 0; i < 3; ++i) {
+            clients.push_back(connectTo(port));
+        }
+        QTRY_COMPARE(array.upperBound(), 3);
+        QCOMPARE(listeners->tcpRequests(Client).value(), 3);
+        QVERIFY(shown.last().at(1).toString().startsWith(QLatin1String("127.0.0.1:")));
+
+        clients.clear();
+        const auto closed = [&](int i) {
+            return array.at(i).state() == QAbstractSocket::UnconnectedState;
+        };
+        QTRY_VERIFY(closed(1) && closed(2) && closed(3));
+        QCOMPARE(array.freeIndex(), 1);
+        auto next = connectTo(port);
+        QTRY_COMPARE(array.at(1).state(), QAbstractSocket::ConnectedState);
+        QCOMPARE(array.upperBound(), 3);
+    }
+
+    // Numbers as port boxes and saved fields give them: the leading number, blanks ignored,
+    // rounded half to even into 16 bits.
+    void leadingNumber() {
+        const auto int16 = [](const char* text) {
+            const auto value = roundToInt16(cvl::leadingNumber(QString::fromLatin1(text)));
+            return value ? QString::number(*value) : QStringLiteral("overflow");
+        };
+        QCOMPARE(int16("37abc"), "37");
+        QCOMPARE(int16("abc"), "0");
+        QCOMPARE(int16(" 3 7"), "37");
+        QCOMPARE(int16("2.5"), "2");
+        QCOMPARE(int16("3.5"), "4");
+        QCOMPARE(int16("-5"), "-5");
+        QCOMPARE(int16("40000"), "overflow");
+        QCOMPARE(int16("1e3x"), "1000");
+    }
+
+    // Well formed (four fields or more), enabled (exactly "YES"), TCP, UDP, and the port.
+    void serviceSetting() {
+        const auto parsed = [](const char* text) {
+            const ServiceSetting s = parseServiceSetting(QString::fromLatin1(text));
+            return QString("%1%2%3%4 ").arg(s.wellFormed).arg(s.enabled).arg(s.tcp).arg(s.udp) +
+                   s.port;
+        };
+        QCOMPARE(parsed("YES:YES:NO:519"), "1110 519");
+        QCOMPARE(parsed("yes:YES:YES:37"), "1011 37");
+        QCOMPARE(parsed("YES:YES:YES"), "0000 ");
+        QCOMPARE(parsed("YES:YES:NO:abc"), "1110 abc");
+    }
+
+    void generalSetting() {
+        const GeneralSetting defaults = parseGeneralSetting(kGeneralDefault);
+        QVERIFY(defaults.randomCheck);
+        QCOMPARE(defaults.syncEvery, QStringLiteral("59"));
+        QCOMPARE(defaults.syncUnit, QStringLiteral("Minutes/s"));
+        QCOMPARE(defaults.regionCode, QStringLiteral("NA"));
+        QCOMPARE(defaults.ntpFirstByte, std::int16_t{36});
+        QCOMPARE(formatGeneralSetting(defaults), kGeneralDefault);
+        // A missing or empty last field gives the usual first byte.
+        const auto firstByte = [](const char* text) {
+            return int{parseGeneralSetting(QString::fromLatin1(text)).ntpFirstByte};
+        };
+        QCOMPARE(firstByte("NO:5:Second/s:EU"), 36);
+        QCOMPARE(firstByte("NO:5:Second/s:EU:"), 36);
+        QCOMPARE(firstByte("NO:5:Second/s:EU:28"), 28);
+    }
+
+    void registryReadWriteDelete() {
+        test::MemorySettingsStore store;
+        Registry registry(store);
+        QVERIFY(!registry.keyExists(HKEY_LOCAL_MACHINE, kSettingsKey));
+        QCOMPARE(registry.read(kSettingsKey, QStringLiteral("NTP37")), QString());
+        QVERIFY(registry.lastError().isEmpty()); // a missing value is no failure
+        QVERIFY(registry.write(HKEY_LOCAL_MACHINE, kSettingsKey, QStringLiteral("NTP37"),
+                               QStringLiteral("YES:YES:YES:37")));
+        QVERIFY(registry.keyExists(HKEY_LOCAL_MACHINE, kSettingsKey));
+        QCOMPARE(registry.read(kSettingsKey, QStringLiteral("NTP37")),
+                 QStringLiteral("YES:YES:YES:37"));
+        registry.remove(HKEY_LOCAL_MACHINE, kSettingsKey, QStringLiteral("NTP37"));
+        QCOMPARE(registry.read(kSettingsKey, QStringLiteral("NTP37")), QString());
+
+        store.failWrites = ERROR_ACCESS_DENIED;
+        QVERIFY(!registry.write(HKEY_LOCAL_MACHINE, kSettingsKey, QStringLiteral("X"), {}));
+        QCOMPARE(registry.lastError(), QStringLiteral("Access to this key is denied"));
+        QCOMPARE(Registry::errorText(ERROR_BADDB),
+                 QStringLiteral("The Registry Database is corrupt!"));
+        QCOMPARE(Registry::errorText(ERROR_MORE_DATA),
+                 QStringLiteral("There is more data than the buffer has been allocated to hold."));
+        QCOMPARE(Registry::errorText(4242), QStringLiteral("Undefined Error Code:4242"));
+    }
+
+    // A path splits into a root, named as it was written, and a sub-key, or into an error.
+    void splitPath() {
+        const auto split = [](const QString& path) {
+            const Registry::SplitPath parts = Registry::splitPath(path);
+            return registryRootName(parts.root) + u'|' + parts.subKey + u'|' + parts.error;
+        };
+        QCOMPARE(split("HKEY_LOCAL_MACHINE\\Software\\Chronvale Server"),
+                 "HKEY_LOCAL_MACHINE|Software\\Chronvale Server|");
+        QCOMPARE(split("HKEY_CURRENT_USER\\Software"), "HKEY_CURRENT_USER|Software|");
+        for (const QString root :
+             {"HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE", "HKEY_USERS",
+              "HKEY_PERFORMANCE_DATA", "HKEY_CURRENT_CONFIG", "HKEY_DYN_DATA"}) {
+            QCOMPARE(split(root), root + "||");
+        }
+        QCOMPARE(split("Software\\X"), "||Incorrect Format:Software\\X");
+        QCOMPARE(split("HKEY_NOWHERE\\X"), "||Bad Key Name");
+    }
+
+    void firstStartWritesDefaultsInOrder() {
+        ServerRig rig;
+        // Writes fail, so the defaults are only attempted and no privileged port is opened.
+        rig.store.failWrites = ERROR_ACCESS_DENIED;
+        rig.writeServerFile();
+        rig.server().start();
+        QCOMPARE(rig.store.journal,
+                 QStringList({"set Settings=YES:59:Minutes/s:NA:36", "set NTP37=YES:YES:YES:37",
+                              "set SNTP123=YES:YES:YES:123", "set UNIX519=YES:YES:NO:519",
+                              "set CVL3777=YES:YES:NO:3777", "set DTS13=NO:YES:YES:13"}));
+    }
+
+    void startReadsAndShutdownWritesBackInOrder() {
+        ServerRig rig;
+        putServices(rig, port);
+        rig.store.putHome(QStringLiteral("Settings"), QStringLiteral("NO:5:Second/s:EU:28"));
+        rig.store.putHome(QStringLiteral("EnableLogging"), QStringLiteral("NO"));
+        rig.store.putHome(QStringLiteral("OpenMinimized"), QStringLiteral("YES"));
+        CVL_Server& server = rig.server();
+        server.start();
+
+        QCOMPARE(::open(server.listeners(), Time), "tcp udp");
+        QCOMPARE(server.syncControls().syncN, QStringLiteral("5"));
+        QCOMPARE(server.RegionCode(), QStringLiteral("EU"));
+        QCOMPARE(server.ntpFirstByte(), std::int16_t{28});
+        QVERIFY(server.OpenMinimized());
+        QVERIFY2(server.LogEnabled(), "every start logs");
+        QVERIFY(!server.EnableLogging());
+        server.setEnableLogging(false);
+        QVERIFY(!server.LogEnabled());
+        server.setEnableLogging(true); // written back as the box says now
+
+        rig.store.journal.clear();
+        server.shutdown();
+        QCOMPARE(::open(server.listeners(), Time), "- -");
+        const QString p = QString::number(port);
+        // Lower-case "yes" and a value of three fields leave a service off; a service left off
+        // keeps its usual port.
+        QCOMPARE(rig.store.journal,
+                 QStringList({"set Settings=NO:5:Second/s:EU:28", "set OpenMinimized=YES",
+                              "set EnableLogging=YES", "set NTP37=YES:YES:YES:" + p,
+                              "set UNIX519=NO:NO:NO:519", "set SNTP123=NO:NO:NO:123",
+                              "set CVL3777=NO:NO:NO:3777", "set DTS13=NO:NO:NO:13"}));
+        server.shutdown(); // a second call changes nothing
+        QCOMPARE(rig.store.journal.size(), 8);
+    }
+
+    void runEntryFollowsTwoFlags_data() {
+        QTest::addColumn<bool>("entryAtStart");
+        QTest::addColumn<int>("click"); // -1 none, 0 untick, 1 tick
+        QTest::addColumn<int>("writes");
+        QTest::addColumn<int>("removals");
+        QTest::newRow("kept, untouched: rewritten") << true << -1 << 1 << 0;
+        QTest::newRow("absent, untouched: nothing") << false << -1 << 0 << 0;
+        QTest::newRow("kept, unticked: removed") << true << 0 << 0 << 1;
+        QTest::newRow("absent, ticked: left alone") << false << 1 << 0 << 0;
+    }
+    void runEntryFollowsTwoFlags() {
+        QFETCH(bool, entryAtStart);
+        QFETCH(int, click);
+        ServerRig rig;
+        putServices(rig, port);
+        rig.autostart.present = entryAtStart;
+        rig.server().start();
+        QCOMPARE(rig.server().RunAtStartup(), entryAtStart);
+        if (click >= 0) {
+            rig.server().setRunAtStartup(click == 1);
+        }
+        rig.server().shutdown();
+        QTEST(rig.autostart.writes, "writes");
+        QTEST(rig.autostart.removals, "removals");
+        if (rig.autostart.writes > 0) {
+            QCOMPARE(rig.autostart.command, rig.host.command);
+        }
+    }
+
+    void missingServerFileIsFetchedThenUsed() {
+        ServerRig rig;
+        test::HttpStub updates;
+        test::ReferenceResponder reference;
+        rig.options.updateHost = QStringLiteral("127.0.0.1");
+        rig.options.updatePort = updates.port();
+        rig.options.referencePort = reference.port();
+        rig.store.putHome("NTP37", QString("YES:YES:YES:%1").arg(port));
+        rig.store.putHome("Settings", "NO:59:Minutes/s:NA:36");
+        const QByteArray list = "h\r\nh\r\nh\r\nh\r\nh\r\n127.0.0.1:::Loopback NA:::2:::\r\n";
+        const QByteArray record = "x-:-" + CVL_Server::AppVersion().toLatin1() + "-:-x-:-x-:-0-:-x";
+        updates.serve({"HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(record.size()) +
+                       "\r\n\r\n" + record});
+        updates.serve(
+            {"HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(list.size()) + "\r\n\r\n",
+             list.left(20), list.mid(20)});
+
+        rig.server().start();
+        // Nothing read, nothing opened until the list is there.
+        QVERIFY(!rig.server().listeners().tcpListening(Time));
+        QTRY_VERIFY(rig.server().TimeSynced());
+        QCOMPARE(updates.requests.size(), 2);
+        QVERIFY(rig.server().listeners().tcpListening(Time));
+        QVERIFY(rig.server().checkUpdateEnabled());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCore)
+#include "tst_core.moc"

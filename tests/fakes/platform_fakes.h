@@ -1,0 +1,170 @@
+// Fakes of every platform adapter: time moves only when a test moves it, settings and the
+// autostart entry stay in memory, prompts answer what the test says, and nothing is started.
+#pragma once
+
+#include "platform/autostart.h"
+#include "platform/clock.h"
+#include "platform/host_info.h"
+#include "platform/launcher.h"
+#include "platform/prompter.h"
+#include "platform/settings_store.h"
+#include "platform/time_zone.h"
+
+#include <QList>
+#include <QMap>
+#include <QStringList>
+#include <vector>
+
+namespace cvl::test {
+
+// Stands still at 2004-01-01 00:00:00.000 until the test moves it; records each setting.
+class FakeClock final : public Clock {
+public:
+    [[nodiscard]] LocalDateTime localNow() const override { return now_; }
+    [[nodiscard]] int localMilliseconds() const override { return milliseconds_; }
+    [[nodiscard]] std::uint32_t tickCountMs() const override { return ticks_; }
+    bool setSystemTimeUtc(const SystemTime& utc) override {
+        setCalls.push_back(utc);
+        return true;
+    }
+
+    void set(const LocalDateTime& now, int milliseconds = 0) {
+        now_ = now;
+        milliseconds_ = milliseconds;
+    }
+    void setMilliseconds(int milliseconds) { milliseconds_ = milliseconds; }
+
+    std::vector<SystemTime> setCalls;
+
+private:
+    LocalDateTime now_{2004, 1, 1, 0, 0, 0};
+    int milliseconds_ = 0;
+    std::uint32_t ticks_ = 1000;
+};
+
+// UTC with no daylight rules unless the test describes another zone.
+class FakeTimeZone final : public TimeZone {
+public:
+    [[nodiscard]] const TimeZoneReading& GetTimeZoneInformation() const override { return reading; }
+
+    // Eastern time in summer: Bias 300, DaylightBias -60, daylight in effect.
+    static FakeTimeZone easternDaylight() {
+        FakeTimeZone zone;
+        zone.reading = {TimeZoneIdDaylight,
+                        {300, QStringLiteral("Eastern Standard Time"), 0,
+                         QStringLiteral("Eastern Daylight Time"), -60}};
+        return zone;
+    }
+
+    TimeZoneReading reading{TimeZoneIdUnknown,
+                            {0, QStringLiteral("Coordinated Universal Time"), 0,
+                             QStringLiteral("Coordinated Universal Time"), 0}};
+};
+
+// The settings store, with a journal of every write and delete in order.
+class MemorySettingsStore final : public SettingsStore {
+public:
+    [[nodiscard]] long openKey(RegistryRoot root, const QString& subKey) const override {
+        const QString prefix = path(root, subKey, {});
+        const bool found = std::any_of(values.keyBegin(), values.keyEnd(),
+                                       [&](const QString& key) { return key.startsWith(prefix); });
+        return found ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+    }
+    [[nodiscard]] long queryValue(RegistryRoot root, const QString& subKey, const QString& name,
+                                  QString& text) const override {
+        const auto it = values.constFind(path(root, subKey, name));
+        text = it == values.cend() ? QString() : *it;
+        return it == values.cend() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
+    }
+    long setValue(RegistryRoot root, const QString& subKey, const QString& name,
+                  const QString& text) override {
+        journal << QStringLiteral("set ") + name + QLatin1Char('=') + text;
+        if (failWrites == ERROR_SUCCESS) {
+            values[path(root, subKey, name)] = text;
+        }
+        return failWrites;
+    }
+    long deleteValue(RegistryRoot root, const QString& subKey, const QString& name) override {
+        journal << QStringLiteral("delete ") + name;
+        return values.remove(path(root, subKey, name)) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+    }
+
+    // The program's own key, as most tests want it.
+    void putHome(const QString& name, const QString& text) { values[homePath(name)] = text; }
+    [[nodiscard]] QString home(const QString& name) const { return values.value(homePath(name)); }
+
+    QMap<QString, QString> values;
+    QStringList journal;
+    long failWrites = ERROR_SUCCESS;
+
+private:
+    static QString homePath(const QString& name) {
+        return path(HKEY_LOCAL_MACHINE, QStringLiteral("Software\\Chronvale Server"), name);
+    }
+    static QString path(RegistryRoot root, const QString& subKey, const QString& name) {
+        return QString::number(root) + QLatin1Char('\\') + subKey.toLower() + QLatin1Char('\\') +
+               name;
+    }
+};
+
+class FakeAutostart final : public Autostart {
+public:
+    [[nodiscard]] bool exists() const override { return present; }
+    bool write(const QString& cmd) override {
+        command = cmd;
+        ++writes;
+        return present = true;
+    }
+    bool remove() override {
+        ++removals;
+        return std::exchange(present, false);
+    }
+
+    bool present = false;
+    QString command;
+    int writes = 0;
+    int removals = 0;
+};
+
+// Host facts chosen by the test; the program folder is usually a QTemporaryDir.
+class FakeHostInfo final : public HostInfo {
+public:
+    [[nodiscard]] QString userName() const override { return QStringLiteral("tester"); }
+    [[nodiscard]] QString hostName() const override { return QStringLiteral("testhost"); }
+    [[nodiscard]] QString localAddress() const override { return QStringLiteral("192.0.2.10"); }
+    [[nodiscard]] QString programFolder() const override { return folder; }
+    [[nodiscard]] QString programCommand() const override { return command; }
+
+    QString folder;
+    QString command = QStringLiteral("/opt/chronvale/chronvale-server");
+};
+
+// Records every question and notice as "caption|text"; answers questions Yes unless told.
+class FakePrompter final : public Prompter {
+public:
+    [[nodiscard]] bool askYesNo(PromptOwner, const QString& caption, const QString& text) override {
+        questions << caption + QLatin1Char('|') + text;
+        return answer;
+    }
+    void inform(PromptOwner, const QString& caption, const QString& text) override {
+        notices << caption + QLatin1Char('|') + text;
+    }
+
+    bool answer = true;
+    QStringList questions;
+    QStringList notices;
+};
+
+// Records what would have been started.
+class FakeLauncher final : public Launcher {
+public:
+    bool start(const QString& program, const QStringList& arguments) override {
+        started.append(QStringList{program} + arguments);
+        return true;
+    }
+    bool openDateTimeSettings() override { return true; }
+
+    QList<QStringList> started;
+};
+
+} // namespace cvl::test
