@@ -82,8 +82,17 @@ std::optional<NtpTimestamp> TimeBase::GrabTime() {
     // A separate reading on purpose: the second may have turned over since localNow().
     const int milliseconds = clock_.localMilliseconds();
     lastMilliseconds_ = milliseconds;
+    // The stamp depends on these two readings alone; under load many requests share them.
+    if (*wholeSeconds != memoSeconds_ || milliseconds != memoMilliseconds_) {
+        memoSeconds_ = *wholeSeconds;
+        memoMilliseconds_ = milliseconds;
+        memoStamp_ = ntpStamp(*wholeSeconds, milliseconds);
+    }
+    return memoStamp_;
+}
 
-    const double totalMs = static_cast<double>(*wholeSeconds) * 1000 + milliseconds;
+std::optional<NtpTimestamp> TimeBase::ntpStamp(std::int64_t wholeSeconds, int milliseconds) {
+    const double totalMs = static_cast<double>(wholeSeconds) * 1000 + milliseconds;
     double seconds = totalMs / 1000;
 
     NtpTimestamp stamp{};

@@ -46,9 +46,16 @@ public:
     [[nodiscard]] QString ZoneName() const { return zoneName_; }
 
 private:
+    [[nodiscard]] static std::optional<NtpTimestamp> ntpStamp(std::int64_t wholeSeconds,
+                                                              int milliseconds);
+
     const Clock& clock_;
     const TimeZone& zone_;
     int lastMilliseconds_ = 0;
+    // The last stamp made and the readings it was made from.
+    std::int64_t memoSeconds_ = -1;
+    int memoMilliseconds_ = -1;
+    std::optional<NtpTimestamp> memoStamp_;
     QString zoneName_;
 };
 
