@@ -147,6 +147,10 @@ private slots:
 
     void noClientAcceptedBeforeClockIsSet() {
         listeners->applySetting(Time, setting("YES:YES:NO", port));
+        // Closed while the clock is set, another listener must not stay paused once reopened.
+        const quint16 unixPort = test::freePort();
+        listeners->applySetting(Unix, setting("YES:YES:NO", unixPort));
+        listeners->masterClicked(Unix, false);
         auto client = connectTo(port);
         QVERIFY(client->waitForConnected(2000)); // the kernel's backlog holds it
         QTest::qWait(200);
@@ -160,6 +164,9 @@ private slots:
         auto later = connectTo(port);
         QTRY_COMPARE(listeners->tcpArray(Time).upperBound(), 1);
         QCOMPARE(listeners->tcpRequests(Time).value(), 1);
+        listeners->masterClicked(Unix, true);
+        auto reopened = connectTo(unixPort);
+        QTRY_COMPARE(listeners->tcpArray(Unix).upperBound(), 1);
     }
 
     void quietClientsAreClosed() {

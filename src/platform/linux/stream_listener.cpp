@@ -47,9 +47,9 @@ StreamListener::ListenResult StreamListener::listen(quint16 port) {
     }
     fd_ = bound.fd;
     port_ = bound.port;
+    paused_ = false; // a new socket accepts until told otherwise, whatever the last one did
     notifier_ = new QSocketNotifier(fd_, QSocketNotifier::Read, this);
     connect(notifier_, &QSocketNotifier::activated, this, &StreamListener::acceptPending);
-    updateNotifier();
     return ListenResult::Listening;
 }
 
