@@ -12,7 +12,6 @@ namespace cvl {
 struct PeerAddress {
     sockaddr_in6 address{};
     [[nodiscard]] QHostAddress hostAddress() const;
-    [[nodiscard]] quint16 port() const { return ntohs(address.sin6_port); }
     [[nodiscard]] QString text() const;
     [[nodiscard]] bool operator==(const PeerAddress& other) const;
 };

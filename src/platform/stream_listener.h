@@ -8,7 +8,6 @@
 #include "platform/peer_address.h"
 
 #include <QObject>
-#include <chrono>
 
 class QSocketNotifier;
 class QTimer;
@@ -33,9 +32,6 @@ public:
     void resumeAccepting();
     // Accepts and closes every client waiting in the backlog.
     void discardPending();
-
-    // How long accepting rests when no descriptor is left.
-    static constexpr std::chrono::milliseconds kResourceRetry{100};
 
 signals:
     // A client was accepted; the receiver owns `descriptor` (non-blocking) from now on.

@@ -81,11 +81,10 @@ std::optional<NtpTimestamp> TimeBase::GrabTime() {
     }
     // A separate reading on purpose: the second may have turned over since localNow().
     const int milliseconds = clock_.localMilliseconds();
-    lastMilliseconds_ = milliseconds;
     // The stamp depends on these two readings alone; under load many requests share them.
-    if (*wholeSeconds != memoSeconds_ || milliseconds != memoMilliseconds_) {
+    if (*wholeSeconds != memoSeconds_ || milliseconds != lastMilliseconds_) {
         memoSeconds_ = *wholeSeconds;
-        memoMilliseconds_ = milliseconds;
+        lastMilliseconds_ = milliseconds;
         memoStamp_ = ntpStamp(*wholeSeconds, milliseconds);
     }
     return memoStamp_;

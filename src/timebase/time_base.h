@@ -52,9 +52,8 @@ private:
     const Clock& clock_;
     const TimeZone& zone_;
     int lastMilliseconds_ = 0;
-    // The last stamp made and the readings it was made from.
+    // The last stamp made and the whole seconds it was made from (with lastMilliseconds_).
     std::int64_t memoSeconds_ = -1;
-    int memoMilliseconds_ = -1;
     std::optional<NtpTimestamp> memoStamp_;
     QString zoneName_;
 };

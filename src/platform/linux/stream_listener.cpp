@@ -4,6 +4,7 @@
 #include <QSocketNotifier>
 #include <QTimer>
 #include <cerrno>
+#include <chrono>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -15,6 +16,8 @@ namespace {
 constexpr int kBacklog = 4096;
 // Accepts per wake-up, so that one busy port cannot starve the others.
 constexpr int kAcceptsPerCall = 64;
+// How long accepting rests when no descriptor is left.
+constexpr std::chrono::milliseconds kResourceRetry{100};
 
 bool outOfResources(int error) {
     return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
