@@ -91,7 +91,7 @@ fi
 
 # --- measuring -----------------------------------------------------------------------------
 cpu_ticks() { awk '{print $14 + $15}' "/proc/$1/stat"; }
-declare -A total_rps total_cpu total_ok total_p50 total_p99 runs
+declare -A total_rps total_cpu total_ok total_sent total_lost all_p50 all_p99 runs
 # run LABEL PID loadgen-arguments...: one run, its rate and the server's CPU per reply.
 run() {
   local label=$1 pid=$2; shift 2
@@ -101,8 +101,10 @@ run() {
   after=$(cpu_ticks "$pid")
   ok=$(sed -E 's/.* ok=([0-9]+) .*/\1/' <<<"$line")
   total_rps[$label]=$(( ${total_rps[$label]:-0} + $(sed -E 's/.* rps=([0-9]+) .*/\1/' <<<"$line") ))
-  total_p50[$label]=$(( ${total_p50[$label]:-0} + $(sed -E 's/.* p50_us=([0-9]+).*/\1/' <<<"$line") ))
-  total_p99[$label]=$(( ${total_p99[$label]:-0} + $(sed -E 's/.* p99_us=([0-9]+).*/\1/' <<<"$line") ))
+  all_p50[$label]+=" $(sed -E 's/.* p50_us=([0-9]+).*/\1/' <<<"$line")"
+  all_p99[$label]+=" $(sed -E 's/.* p99_us=([0-9]+).*/\1/' <<<"$line")"
+  total_sent[$label]=$(( ${total_sent[$label]:-0} + $(sed -E 's/.* sent=([0-9]+) .*/\1/' <<<"$line") ))
+  total_lost[$label]=$(( ${total_lost[$label]:-0} + $(sed -E 's/.* sent=([0-9]+) ok=([0-9]+) bad=([0-9]+) .*/\1 - \2 - \3/' <<<"$line") ))
   total_cpu[$label]=$(( ${total_cpu[$label]:-0} + (after - before) * 10000 ))  # µs
   total_ok[$label]=$(( ${total_ok[$label]:-0} + ok ))
   runs[$label]=$(( ${runs[$label]:-0} + 1 ))
@@ -128,14 +130,18 @@ inns taskset -c 1 "$loadgen" --target 127.0.0.1 --seconds 10 --port 1123 --proto
 cvl_load_rss=$(rss "$cvl")
 
 # --- the table -----------------------------------------------------------------------------
-avg() { echo $(( ${!1:-0} )); }
+# Latency tails are the noisiest figures here (a stall of the host shows up as one run's p99),
+# so the rounds' median is reported, not their mean.
+median() { tr ' ' '\n' <<<"$1" | grep . | sort -n | awk '{v[NR]=$1} END{print NR ? v[int((NR+1)/2)] : 0}'; }
 row() { # label
   local label=$1 n=${runs[$1]:-0}
   [[ $n -gt 0 ]] || return 0
-  local rps=$(( ${total_rps[$label]} / n )) p50=$(( ${total_p50[$label]} / n )) p99=$(( ${total_p99[$label]} / n ))
-  local cpu="-"
+  local rps=$(( ${total_rps[$label]} / n ))
+  local p50 p99 cpu="-" loss
+  p50=$(median "${all_p50[$label]}"); p99=$(median "${all_p99[$label]}")
   [[ ${total_ok[$label]} -gt 0 ]] && cpu=$(awk -v c="${total_cpu[$label]}" -v o="${total_ok[$label]}" 'BEGIN{printf "%.1f", c/o}')
-  printf '| %-18s | %9d | %7d | %7d | %8s |\n' "$label" "$rps" "$p50" "$p99" "$cpu"
+  loss=$(awk -v l="${total_lost[$label]}" -v s="${total_sent[$label]}" 'BEGIN{printf "%.2f", (s > 0 ? 100*l/s : 0)}')
+  printf '| %-18s | %9d | %6s | %7d | %7d | %8s |\n' "$label" "$rps" "$loss" "$p50" "$p99" "$cpu"
 }
 ratio() { # ours theirs field
   local a=${runs[$1]:-0} b=${runs[$2]:-0}
@@ -145,8 +151,8 @@ ratio() { # ours theirs field
 echo
 echo "Loopback, ${seconds} s a run, ${rounds} rounds; server on core 0, load on core 1; $(date -u +%Y-%m-%d), $(nproc) cores, $(uname -r)"
 echo
-echo "| run                | replies/s | p50 µs  | p99 µs  | CPU µs/reply |"
-echo "|--------------------|-----------|---------|---------|--------------|"
+echo "| run                | replies/s | loss % | p50 µs  | p99 µs  | CPU µs/reply |"
+echo "|--------------------|-----------|--------|---------|---------|--------------|"
 for label in "cvl ntp udp" "chronyd ntp udp" "cvl ntp paced" "chronyd ntp paced" \
              "cvl time tcp" "inetd time tcp" "cvl time udp" \
              "cvl daytime tcp" "inetd daytime tcp" "cvl daytime udp" \
@@ -156,7 +162,7 @@ done
 echo
 per_run() { echo $(( ${total_rps[$1]:-0} / (${runs[$1]:-1}) )); }
 cpu_per() { awk -v c="${total_cpu[$1]:-0}" -v o="${total_ok[$1]:-0}" 'BEGIN{ if (o > 0) printf "%.2f", c/o; else print 0 }'; }
-p99_of() { echo $(( ${total_p99[$1]:-0} / (${runs[$1]:-1}) )); }
+p99_of() { median "${all_p99[$1]:-}"; }
 echo "Ratios (this server / the other, same run):"
 echo "- NTP UDP replies/s vs chronyd: $(ratio "cvl ntp udp" "chronyd ntp udp" "$(per_run "cvl ntp udp")" "$(per_run "chronyd ntp udp")")"
 echo "- NTP paced 10000/s, p99 latency vs chronyd: $(ratio "cvl ntp paced" "chronyd ntp paced" "$(p99_of "cvl ntp paced")" "$(p99_of "chronyd ntp paced")")"

@@ -5,6 +5,8 @@
 //
 //   loadgen --port P --proto ntp|time|daytime|unix [--tcp] [--seconds S]
 //           [--window W]        UDP closed loop: W requests in flight (default 64)
+//           [--timeout-ms T]    UDP closed loop: a request unanswered after T ms is lost and
+//                               its slot asks again (default 10)
 //           [--rate R]          UDP paced open loop: R requests/s (NTP only)
 //           [--concurrency C]   TCP: C connections at once (default 32)
 //   loadgen --respond P         a reference server on 127.0.0.1:P (answers NTP with this clock)
@@ -49,6 +51,10 @@ struct Options {
     int respondPort = 0;
     double seconds = 5;
     int window = 64;
+    // Short, because the server answers nothing in the last millisecond of each second (that
+    // stamp overflows): with a long wait the whole window would stall and the run would
+    // measure the timeout instead of the server. Loopback replies come within about 1 ms.
+    int timeoutMs = 10;
     double rate = 0;
     int concurrency = 32;
 };
@@ -174,7 +180,8 @@ void udpClosedLoop(const Options& o) {
     const auto end = start + static_cast<std::int64_t>(o.seconds * 1e6);
     std::vector<epoll_event> events(slots.size());
     while (nowUs() < end) {
-        const int n = ::epoll_wait(epoll, events.data(), static_cast<int>(events.size()), 20);
+        const int n = ::epoll_wait(epoll, events.data(), static_cast<int>(events.size()),
+                                   std::max(1, o.timeoutMs / 4));
         const std::int64_t now = nowUs();
         for (int e = 0; e < n; ++e) {
             Slot& slot = slots[events[static_cast<std::size_t>(e)].data.u64];
@@ -210,7 +217,7 @@ void udpClosedLoop(const Options& o) {
             }
         }
         for (Slot& slot : slots) {
-            if (now - slot.sentAt > 200000) { // give up on it: lost
+            if (now - slot.sentAt > std::int64_t{o.timeoutMs} * 1000) { // give up on it: lost
                 ++stats.lost;
                 send(slot);
             }
@@ -419,6 +426,8 @@ int main(int argc, char* argv[]) {
             o.seconds = std::atof(value());
         } else if (word == "--window") {
             o.window = std::max(1, std::atoi(value()));
+        } else if (word == "--timeout-ms") {
+            o.timeoutMs = std::clamp(std::atoi(value()), 1, 10000);
         } else if (word == "--rate") {
             o.rate = std::atof(value());
         } else if (word == "--concurrency") {
