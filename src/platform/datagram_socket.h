@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/peer_address.h"
+#include "platform/read_watch.h"
 
 #include <QByteArrayView>
 #include <QHostAddress>
@@ -11,8 +12,6 @@
 #include <QString>
 #include <array>
 #include <memory>
-
-class QSocketNotifier;
 
 namespace cvl {
 
@@ -83,7 +82,7 @@ private:
 
     int fd_ = -1;
     quint16 port_ = 0;
-    QSocketNotifier* notifier_ = nullptr;
+    std::unique_ptr<ReadWatch> watch_;
     std::unique_ptr<char[]> buffers_;
     std::array<sockaddr_in6, kBatch> peers_{};
     std::array<int, kBatch> sizes_{};

@@ -6,10 +6,11 @@
 #pragma once
 
 #include "platform/peer_address.h"
+#include "platform/read_watch.h"
 
 #include <QObject>
+#include <memory>
 
-class QSocketNotifier;
 class QTimer;
 
 namespace cvl {
@@ -39,12 +40,12 @@ signals:
 
 private:
     void acceptPending();
-    void updateNotifier();
+    void updateWatch();
 
     int fd_ = -1;
     quint16 port_ = 0;
     bool paused_ = false;
-    QSocketNotifier* notifier_ = nullptr;
+    std::unique_ptr<ReadWatch> watch_;
     QTimer* resourceRetry_;
 };
 

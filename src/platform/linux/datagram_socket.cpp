@@ -1,7 +1,6 @@
 #include "platform/datagram_socket.h"
 #include "platform/linux/bound_socket.h"
 
-#include <QSocketNotifier>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -27,14 +26,12 @@ DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
     }
     fd_ = bound.fd;
     port_ = bound.port;
-    notifier_ = new QSocketNotifier(fd_, QSocketNotifier::Read, this);
-    connect(notifier_, &QSocketNotifier::activated, this, &DatagramSocket::readyRead);
+    watch_ = std::make_unique<ReadWatch>(fd_, [this] { emit readyRead(); });
     return BindResult::Bound;
 }
 
 void DatagramSocket::close() {
-    delete notifier_;
-    notifier_ = nullptr;
+    watch_.reset();
     if (fd_ >= 0) {
         ::close(fd_);
         fd_ = -1;

@@ -1,7 +1,6 @@
 #include "platform/stream_listener.h"
 #include "platform/linux/bound_socket.h"
 
-#include <QSocketNotifier>
 #include <QTimer>
 #include <cerrno>
 #include <chrono>
@@ -30,7 +29,7 @@ StreamListener::StreamListener(QObject* parent)
     , resourceRetry_(new QTimer(this)) {
     resourceRetry_->setSingleShot(true);
     resourceRetry_->setInterval(kResourceRetry);
-    connect(resourceRetry_, &QTimer::timeout, this, &StreamListener::updateNotifier);
+    connect(resourceRetry_, &QTimer::timeout, this, &StreamListener::updateWatch);
 }
 
 StreamListener::~StreamListener() {
@@ -51,19 +50,13 @@ StreamListener::ListenResult StreamListener::listen(quint16 port) {
     fd_ = bound.fd;
     port_ = bound.port;
     paused_ = false; // a new socket accepts until told otherwise, whatever the last one did
-    notifier_ = new QSocketNotifier(fd_, QSocketNotifier::Read, this);
-    connect(notifier_, &QSocketNotifier::activated, this, &StreamListener::acceptPending);
+    watch_ = std::make_unique<ReadWatch>(fd_, [this] { acceptPending(); });
     return ListenResult::Listening;
 }
 
 void StreamListener::close() {
     resourceRetry_->stop();
-    if (notifier_ != nullptr) {
-        // This may run inside the notifier's own signal: it goes once that has returned.
-        notifier_->setEnabled(false);
-        notifier_->deleteLater();
-        notifier_ = nullptr;
-    }
+    watch_.reset();
     if (fd_ >= 0) {
         ::close(fd_);
         fd_ = -1;
@@ -73,12 +66,12 @@ void StreamListener::close() {
 
 void StreamListener::pauseAccepting() {
     paused_ = true;
-    updateNotifier();
+    updateWatch();
 }
 
 void StreamListener::resumeAccepting() {
     paused_ = false;
-    updateNotifier();
+    updateWatch();
 }
 
 void StreamListener::discardPending() {
@@ -92,9 +85,9 @@ void StreamListener::discardPending() {
     }
 }
 
-void StreamListener::updateNotifier() {
-    if (notifier_ != nullptr) {
-        notifier_->setEnabled(!paused_ && !resourceRetry_->isActive());
+void StreamListener::updateWatch() {
+    if (watch_) {
+        watch_->setEnabled(!paused_ && !resourceRetry_->isActive());
     }
 }
 
@@ -114,7 +107,7 @@ void StreamListener::acceptPending() {
         if (outOfResources(errno)) {
             // The client stays in the backlog; try again once something may have closed.
             resourceRetry_->start();
-            updateNotifier();
+            updateWatch();
             return;
         }
         if (errno == EBADF || errno == ENOTSOCK || errno == EINVAL) {
