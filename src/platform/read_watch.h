@@ -4,6 +4,7 @@
 // descriptors instead of every socket of every service, and a ready socket is told directly.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 

@@ -27,6 +27,10 @@ DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
     fd_ = bound.fd;
     port_ = bound.port;
     watch_ = std::make_unique<ReadWatch>(fd_, [this] { emit readyRead(); });
+    if (!watch_->isEnabled()) { // nobody would ever read it
+        close();
+        return BindResult::Failed;
+    }
     return BindResult::Bound;
 }
 

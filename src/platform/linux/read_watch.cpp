@@ -2,7 +2,6 @@
 
 #include <QSocketNotifier>
 #include <array>
-#include <cerrno>
 #include <sys/epoll.h>
 #include <unistd.h>
 #include <unordered_map>
@@ -22,14 +21,7 @@ public:
         return set;
     }
 
-    ReadinessSet()
-        : epoll_(::epoll_create1(EPOLL_CLOEXEC)) {
-        if (epoll_ >= 0) {
-            notifier_ = new QSocketNotifier(epoll_, QSocketNotifier::Read);
-            QObject::connect(notifier_, &QSocketNotifier::activated, notifier_,
-                             [this] { dispatch(); });
-        }
-    }
+    ReadinessSet() = default;
 
     ~ReadinessSet() {
         if (notifier_ != nullptr) {
@@ -60,6 +52,9 @@ public:
 
     // Level-triggered, so whatever a handler leaves unread is reported again on the next pass.
     bool watch(int descriptor, std::uint64_t id) {
+        if (!open()) {
+            return false;
+        }
         epoll_event event{};
         event.events = EPOLLIN;
         event.data.u64 = id;
@@ -69,6 +64,20 @@ public:
     void unwatch(int descriptor) { ::epoll_ctl(epoll_, EPOLL_CTL_DEL, descriptor, nullptr); }
 
 private:
+    // Made when first needed, and tried again by the next watch if no descriptor was free.
+    bool open() {
+        if (epoll_ < 0) {
+            epoll_ = ::epoll_create1(EPOLL_CLOEXEC);
+            if (epoll_ < 0) {
+                return false;
+            }
+            notifier_ = new QSocketNotifier(epoll_, QSocketNotifier::Read);
+            QObject::connect(notifier_, &QSocketNotifier::activated, notifier_,
+                             [this] { dispatch(); });
+        }
+        return true;
+    }
+
     void dispatch() {
         // A handler may drop the last watch; the set outlives this pass.
         const std::shared_ptr<ReadinessSet> self = shared_from_this();
@@ -88,7 +97,7 @@ private:
         insideSignal_ = self.use_count() == 1;
     }
 
-    int epoll_;
+    int epoll_ = -1;
     QSocketNotifier* notifier_ = nullptr;
     std::unordered_map<std::uint64_t, std::function<void()>> handlers_;
     std::uint64_t nextId_ = 1;

@@ -51,6 +51,10 @@ StreamListener::ListenResult StreamListener::listen(quint16 port) {
     port_ = bound.port;
     paused_ = false; // a new socket accepts until told otherwise, whatever the last one did
     watch_ = std::make_unique<ReadWatch>(fd_, [this] { acceptPending(); });
+    if (!watch_->isEnabled()) { // nobody would ever accept
+        close();
+        return ListenResult::Failed;
+    }
     return ListenResult::Listening;
 }
 
