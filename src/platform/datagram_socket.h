@@ -1,4 +1,4 @@
-// A UDP socket for the time services, built for many small requests: dual-stack, read in
+// A UDP socket for the time services, built for many small requests: IPv4 and IPv6, read in
 // batches of datagrams per system call, each sender's address kept as the kernel gave it and
 // shown as text without detours. One per service; the event loop says when to read.
 #pragma once
@@ -34,7 +34,7 @@ public:
     // Binds to every address on `port` (0: any free one), not sharing it with anybody.
     BindResult bind(quint16 port);
     void close();
-    [[nodiscard]] bool isBound() const { return fd_ >= 0; }
+    [[nodiscard]] bool isBound() const { return sockets_[0].fd >= 0 || sockets_[1].fd >= 0; }
     [[nodiscard]] quint16 localPort() const { return port_; }
 
     // Takes every waiting datagram (up to a bounded number per call, so that one busy port
@@ -76,13 +76,20 @@ private:
     // Requests are small; of a longer datagram only its length matters to any service.
     static constexpr int kKeptBytes = 2048;
 
+    // One per address family: IPv4 first, then IPv6.
+    struct Socket {
+        int fd = -1;
+        std::unique_ptr<ReadWatch> watch;
+    };
+
     int receiveBatch();
     Datagram datagram(int index);
     void flushReplies();
+    [[nodiscard]] int socketFor(const sockaddr_in6& to) const;
 
-    int fd_ = -1;
+    std::array<Socket, 2> sockets_;
+    std::size_t ready_ = 0; // the socket whose datagrams readPending() takes
     quint16 port_ = 0;
-    std::unique_ptr<ReadWatch> watch_;
     std::unique_ptr<char[]> buffers_;
     std::array<sockaddr_in6, kBatch> peers_{};
     std::array<int, kBatch> sizes_{};

@@ -1,5 +1,5 @@
-// A peer's address as the kernel gives it and as the display and the log show it: IPv4 peers
-// reaching a dual-stack socket appear as plain dotted quads, without the IPv6 mapping prefix.
+// A peer's address as the display and the log show it: IPv4 peers, kept in the IPv4-mapped
+// IPv6 form, appear as plain dotted quads, without the mapping prefix.
 #pragma once
 
 #include <QHostAddress>

@@ -1,4 +1,4 @@
-// A listening TCP socket for the time services, dual-stack, that hands each accepted
+// A listening TCP socket for the time services, IPv4 and IPv6, that hands each accepted
 // connection over as a bare descriptor with its peer's address. It accepts by itself rather
 // than through the toolkit so that running out of descriptors is seen for what it is: the
 // listener stops asking for a short while instead of retrying in a tight loop, and the
@@ -9,6 +9,7 @@
 #include "platform/read_watch.h"
 
 #include <QObject>
+#include <array>
 #include <memory>
 
 class QTimer;
@@ -25,7 +26,7 @@ public:
     // Listens on every address on `port` (0: any free one).
     ListenResult listen(quint16 port);
     void close();
-    [[nodiscard]] bool isListening() const { return fd_ >= 0; }
+    [[nodiscard]] bool isListening() const { return sockets_[0].fd >= 0 || sockets_[1].fd >= 0; }
     [[nodiscard]] quint16 serverPort() const { return port_; }
 
     // While paused, clients wait in the backlog, neither accepted nor refused.
@@ -39,13 +40,18 @@ signals:
     void connectionRequested(int descriptor, const cvl::PeerAddress& peer);
 
 private:
-    void acceptPending();
+    // One per address family: IPv4 first, then IPv6.
+    struct Socket {
+        int fd = -1;
+        std::unique_ptr<ReadWatch> watch;
+    };
+
+    void acceptPending(std::size_t family);
     void updateWatch();
 
-    int fd_ = -1;
+    std::array<Socket, 2> sockets_;
     quint16 port_ = 0;
     bool paused_ = false;
-    std::unique_ptr<ReadWatch> watch_;
     QTimer* resourceRetry_;
 };
 

@@ -42,10 +42,11 @@ inline QByteArray ntpRequest(quint8 byte24) {
 // Sends one datagram and collects the datagrams that come back within the time allowed, or
 // until `expected` of them have arrived.
 inline QList<QByteArray> udpExchange(quint16 port, const QByteArray& payload, int expected,
-                                     int timeoutMs = 1500) {
+                                     int timeoutMs = 1500,
+                                     const QHostAddress& host = QHostAddress::LocalHost) {
     QUdpSocket client;
-    client.bind(QHostAddress::LocalHost, 0);
-    client.writeDatagram(payload, QHostAddress::LocalHost, port);
+    client.bind(host, 0);
+    client.writeDatagram(payload, host, port);
     QList<QByteArray> replies;
     QElapsedTimer timer;
     timer.start();
@@ -59,11 +60,12 @@ inline QList<QByteArray> udpExchange(quint16 port, const QByteArray& payload, in
 }
 
 // Connects, optionally sends, and reads until the server closes; what arrived by then.
-inline QByteArray tcpExchange(quint16 port, const QByteArray& payload = {}, int timeoutMs = 1500) {
+inline QByteArray tcpExchange(quint16 port, const QByteArray& payload = {}, int timeoutMs = 1500,
+                              const QHostAddress& host = QHostAddress::LocalHost) {
     QTcpSocket client;
     QByteArray received;
     QObject::connect(&client, &QTcpSocket::readyRead, [&] { received += client.readAll(); });
-    client.connectToHost(QHostAddress::LocalHost, port);
+    client.connectToHost(host, port);
     client.write(payload);
     (void)QTest::qWaitFor([&] { return client.state() == QAbstractSocket::UnconnectedState; },
                           timeoutMs);

@@ -97,6 +97,23 @@ private slots:
         QCOMPARE(udpExchange(unixPort, "", 1, 300).size(), 0);
     }
 
+    // IPv4 and IPv6 clients reach separate sockets on the same port; both are answered and
+    // logged under their own address.
+    void ipv6ClientsAnswered() {
+        QUdpSocket probe;
+        if (!probe.bind(QHostAddress::LocalHostIPv6, 0)) {
+            QSKIP("no IPv6 loopback here");
+        }
+        rig->server().setTimeSynced();
+        const QHostAddress v6 = QHostAddress::LocalHostIPv6;
+        QCOMPARE(udpExchange(timePort, "x", 4, 1500, v6).size(), 4);
+        QCOMPARE(tcpExchange(unixPort, {}, 1500, v6), kUnixBytes);
+        QCOMPARE(tcpExchange(unixPort), kUnixBytes);
+        const QStringList lines = logLines();
+        QCOMPARE(lines.filter(QStringLiteral(" ::1 - CVLS5 ")).size(), 2);
+        QCOMPARE(lines.filter(QStringLiteral(" 127.0.0.1 - CVLS5 ")).size(), 1);
+    }
+
     // The Daytime texts: long date and 24-hour time, or the line with the modified Julian day.
     void daytimeTexts() {
         const QString zone = QStringLiteral("Eastern Standard Time");

@@ -1,5 +1,6 @@
 #include "platform/datagram_socket.h"
 #include "platform/linux/bound_socket.h"
+#include "platform/linux/mapped_address.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +10,36 @@
 #include <utility>
 
 namespace cvl {
+
+namespace {
+
+// sockets_ holds the IPv4 socket first.
+constexpr std::size_t kIPv4 = 0;
+constexpr std::size_t kIPv6 = 1;
+
+// Points `header` at `to` in the form its family's socket takes; `v4` holds the IPv4 form.
+void setDestination(msghdr& header, const sockaddr_in6& to, sockaddr_in& v4) {
+    if (isMappedIPv4(to)) {
+        v4 = unmappedIPv4(to);
+        header.msg_name = &v4;
+        header.msg_namelen = sizeof v4;
+    } else {
+        header.msg_name = const_cast<sockaddr_in6*>(&to);
+        header.msg_namelen = sizeof to;
+    }
+}
+
+// sendmmsg stops at the first datagram the system refuses; that one is lost, as a single
+// send would lose it, and the rest still go.
+void sendEach(int fd, mmsghdr* messages, int count) {
+    for (int sent = 0; fd >= 0 && sent < count;) {
+        const int result =
+            ::sendmmsg(fd, messages + sent, static_cast<unsigned>(count - sent), MSG_DONTWAIT);
+        sent += result > 0 ? result : 1;
+    }
+}
+
+} // namespace
 
 DatagramSocket::DatagramSocket(QObject* parent)
     : QObject(parent)
@@ -20,31 +51,48 @@ DatagramSocket::~DatagramSocket() {
 
 DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
     close();
-    const BoundSocket bound = bindDualStack(SOCK_DGRAM, port);
-    if (bound.fd < 0) {
+    const BoundSockets bound = bindEveryAddress(SOCK_DGRAM, port);
+    if (!bound.bound()) {
         return bound.addressInUse ? BindResult::AddressInUse : BindResult::Failed;
     }
-    fd_ = bound.fd;
+    sockets_[kIPv4].fd = bound.v4;
+    sockets_[kIPv6].fd = bound.v6;
     port_ = bound.port;
-    watch_ = std::make_unique<ReadWatch>(fd_, [this] { emit readyRead(); });
-    if (!watch_->isEnabled()) { // nobody would ever read it
-        close();
-        return BindResult::Failed;
+    for (std::size_t family = 0; family < sockets_.size(); ++family) {
+        Socket& socket = sockets_[family];
+        if (socket.fd < 0) {
+            continue;
+        }
+        socket.watch = std::make_unique<ReadWatch>(socket.fd, [this, family] {
+            ready_ = family;
+            emit readyRead();
+        });
+        if (!socket.watch->isEnabled()) { // nobody would ever read it
+            close();
+            return BindResult::Failed;
+        }
     }
     return BindResult::Bound;
 }
 
 void DatagramSocket::close() {
-    watch_.reset();
-    if (fd_ >= 0) {
-        ::close(fd_);
-        fd_ = -1;
-        port_ = 0;
+    for (Socket& socket : sockets_) {
+        socket.watch.reset();
+        if (socket.fd >= 0) {
+            ::close(socket.fd);
+            socket.fd = -1;
+        }
     }
+    port_ = 0;
+}
+
+int DatagramSocket::socketFor(const sockaddr_in6& to) const {
+    return sockets_[isMappedIPv4(to) ? kIPv4 : kIPv6].fd;
 }
 
 int DatagramSocket::receiveBatch() {
-    if (fd_ < 0) {
+    const int fd = sockets_[ready_].fd;
+    if (fd < 0) {
         return 0;
     }
     std::array<mmsghdr, kBatch> messages{};
@@ -57,10 +105,13 @@ int DatagramSocket::receiveBatch() {
         messages[i].msg_hdr.msg_namelen = sizeof peers_[i];
     }
     // MSG_TRUNC: each length is the datagram's own, even where less was kept.
-    const int count = ::recvmmsg(fd_, messages.data(), kBatch, MSG_DONTWAIT | MSG_TRUNC, nullptr);
+    const int count = ::recvmmsg(fd, messages.data(), kBatch, MSG_DONTWAIT | MSG_TRUNC, nullptr);
     for (int i = 0; i < count; ++i) {
-        sizes_[static_cast<std::size_t>(i)] =
-            static_cast<int>(messages[static_cast<std::size_t>(i)].msg_len);
+        const auto index = static_cast<std::size_t>(i);
+        sizes_[index] = static_cast<int>(messages[index].msg_len);
+        if (ready_ == kIPv4) {
+            mapIPv4InPlace(peers_[index]);
+        }
     }
     return count < 0 ? 0 : count;
 }
@@ -81,31 +132,33 @@ Datagram DatagramSocket::datagram(int index) {
 }
 
 bool DatagramSocket::send(QByteArrayView data, const PeerAddress& to) {
-    if (fd_ < 0) {
-        return false;
-    }
-    return ::sendto(fd_, data.data(), static_cast<std::size_t>(data.size()), MSG_DONTWAIT,
-                    reinterpret_cast<const sockaddr*>(&to.address),
-                    sizeof to.address) == data.size();
+    msghdr header{};
+    iovec vector{const_cast<char*>(data.data()), static_cast<std::size_t>(data.size())};
+    header.msg_iov = &vector;
+    header.msg_iovlen = 1;
+    sockaddr_in v4{};
+    setDestination(header, to.address, v4);
+    const int fd = socketFor(to.address);
+    return fd >= 0 && ::sendmsg(fd, &header, MSG_DONTWAIT) == data.size();
 }
 
 int DatagramSocket::sendBytewise(QByteArrayView data, const PeerAddress& to) {
     constexpr std::size_t most = 8;
-    if (fd_ < 0 || data.size() > qsizetype{most}) {
+    const int fd = socketFor(to.address);
+    if (fd < 0 || data.size() > qsizetype{most}) {
         return 0;
     }
     std::array<mmsghdr, most> messages{};
     std::array<iovec, most> vectors{};
-    sockaddr_in6 peer = to.address;
+    sockaddr_in v4{};
     for (std::size_t i = 0; i < static_cast<std::size_t>(data.size()); ++i) {
         vectors[i] = {const_cast<char*>(data.data() + i), 1};
         messages[i].msg_hdr.msg_iov = &vectors[i];
         messages[i].msg_hdr.msg_iovlen = 1;
-        messages[i].msg_hdr.msg_name = &peer;
-        messages[i].msg_hdr.msg_namelen = sizeof peer;
+        setDestination(messages[i].msg_hdr, to.address, v4);
     }
     const int sent =
-        ::sendmmsg(fd_, messages.data(), static_cast<unsigned>(data.size()), MSG_DONTWAIT);
+        ::sendmmsg(fd, messages.data(), static_cast<unsigned>(data.size()), MSG_DONTWAIT);
     return std::max(sent, 0);
 }
 
@@ -125,24 +178,27 @@ void DatagramSocket::sendWithBatch(QByteArrayView data, const PeerAddress& to) {
 
 void DatagramSocket::flushReplies() {
     const int count = std::exchange(queued_, 0);
-    if (fd_ < 0 || count == 0) {
+    if (count == 0) {
         return;
     }
     std::array<mmsghdr, kBatch> messages{};
     std::array<iovec, kBatch> vectors{};
+    std::array<sockaddr_in, kBatch> v4{};
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
         vectors[i] = {replies_[i].data(), static_cast<std::size_t>(replySizes_[i])};
         messages[i].msg_hdr.msg_iov = &vectors[i];
         messages[i].msg_hdr.msg_iovlen = 1;
-        messages[i].msg_hdr.msg_name = &replyPeers_[i];
-        messages[i].msg_hdr.msg_namelen = sizeof replyPeers_[i];
+        setDestination(messages[i].msg_hdr, replyPeers_[i], v4[i]);
     }
-    // sendmmsg stops at the first datagram the system refuses; that one is lost, as a single
-    // send would lose it, and the rest still go.
-    for (int sent = 0; sent < count;) {
-        const int result = ::sendmmsg(fd_, messages.data() + sent,
-                                      static_cast<unsigned>(count - sent), MSG_DONTWAIT);
-        sent += result > 0 ? result : 1;
+    // Each run of answers to one family leaves through that family's socket in one call.
+    for (int start = 0; start < count;) {
+        const int fd = socketFor(replyPeers_[static_cast<std::size_t>(start)]);
+        int end = start + 1;
+        while (end < count && socketFor(replyPeers_[static_cast<std::size_t>(end)]) == fd) {
+            ++end;
+        }
+        sendEach(fd, messages.data() + start, end - start);
+        start = end;
     }
 }
 
@@ -153,7 +209,7 @@ bool DatagramSocket::send(QByteArrayView data, const QHostAddress& to, quint16 p
     bool isV4 = false;
     const quint32 v4 = to.toIPv4Address(&isV4);
     if (isV4) {
-        // An IPv4 destination is reached through its mapped form on this dual-stack socket.
+        // Kept in the mapped form like every other peer; send() picks the IPv4 socket for it.
         peer.address.sin6_addr.s6_addr[10] = 0xFF;
         peer.address.sin6_addr.s6_addr[11] = 0xFF;
         const quint32 network = htonl(v4);

@@ -1,5 +1,6 @@
 #include "platform/stream_listener.h"
 #include "platform/linux/bound_socket.h"
+#include "platform/linux/mapped_address.h"
 
 #include <QTimer>
 #include <cerrno>
@@ -15,6 +16,8 @@ namespace {
 constexpr int kBacklog = 4096;
 // Accepts per wake-up, so that one busy port cannot starve the others.
 constexpr int kAcceptsPerCall = 64;
+// sockets_ holds the IPv4 socket first.
+constexpr std::size_t kIPv4 = 0;
 // How long accepting rests when no descriptor is left.
 constexpr std::chrono::milliseconds kResourceRetry{100};
 
@@ -38,34 +41,44 @@ StreamListener::~StreamListener() {
 
 StreamListener::ListenResult StreamListener::listen(quint16 port) {
     close();
-    const BoundSocket bound = bindDualStack(SOCK_STREAM, port);
-    if (bound.fd < 0) {
+    const BoundSockets bound = bindEveryAddress(SOCK_STREAM, port);
+    if (!bound.bound()) {
         return bound.addressInUse ? ListenResult::AddressInUse : ListenResult::Failed;
     }
-    if (::listen(bound.fd, kBacklog) != 0) {
-        const bool inUse = errno == EADDRINUSE;
-        ::close(bound.fd);
-        return inUse ? ListenResult::AddressInUse : ListenResult::Failed;
-    }
-    fd_ = bound.fd;
+    sockets_[0].fd = bound.v4;
+    sockets_[1].fd = bound.v6;
     port_ = bound.port;
     paused_ = false; // a new socket accepts until told otherwise, whatever the last one did
-    watch_ = std::make_unique<ReadWatch>(fd_, [this] { acceptPending(); });
-    if (!watch_->isEnabled()) { // nobody would ever accept
-        close();
-        return ListenResult::Failed;
+    for (std::size_t family = 0; family < sockets_.size(); ++family) {
+        Socket& socket = sockets_[family];
+        if (socket.fd < 0) {
+            continue;
+        }
+        if (::listen(socket.fd, kBacklog) != 0) {
+            const bool inUse = errno == EADDRINUSE;
+            close();
+            return inUse ? ListenResult::AddressInUse : ListenResult::Failed;
+        }
+        socket.watch =
+            std::make_unique<ReadWatch>(socket.fd, [this, family] { acceptPending(family); });
+        if (!socket.watch->isEnabled()) { // nobody would ever accept
+            close();
+            return ListenResult::Failed;
+        }
     }
     return ListenResult::Listening;
 }
 
 void StreamListener::close() {
     resourceRetry_->stop();
-    watch_.reset();
-    if (fd_ >= 0) {
-        ::close(fd_);
-        fd_ = -1;
-        port_ = 0;
+    for (Socket& socket : sockets_) {
+        socket.watch.reset();
+        if (socket.fd >= 0) {
+            ::close(socket.fd);
+            socket.fd = -1;
+        }
     }
+    port_ = 0;
 }
 
 void StreamListener::pauseAccepting() {
@@ -79,29 +92,38 @@ void StreamListener::resumeAccepting() {
 }
 
 void StreamListener::discardPending() {
-    // Bounded: a backlog never holds more than this.
-    for (int i = 0; i < 65536 && fd_ >= 0; ++i) {
-        const int connection = ::accept4(fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-        if (connection < 0) {
-            return;
+    for (const Socket& socket : sockets_) {
+        // Bounded: a backlog never holds more than this.
+        for (int i = 0; i < 65536 && socket.fd >= 0; ++i) {
+            const int connection =
+                ::accept4(socket.fd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+            if (connection < 0) {
+                break;
+            }
+            ::close(connection);
         }
-        ::close(connection);
     }
 }
 
 void StreamListener::updateWatch() {
-    if (watch_) {
-        watch_->setEnabled(!paused_ && !resourceRetry_->isActive());
+    for (const Socket& socket : sockets_) {
+        if (socket.watch) {
+            socket.watch->setEnabled(!paused_ && !resourceRetry_->isActive());
+        }
     }
 }
 
-void StreamListener::acceptPending() {
-    for (int i = 0; i < kAcceptsPerCall && fd_ >= 0 && !paused_; ++i) {
+void StreamListener::acceptPending(std::size_t family) {
+    const int& fd = sockets_[family].fd; // closing the listener while handling a client clears it
+    for (int i = 0; i < kAcceptsPerCall && fd >= 0 && !paused_; ++i) {
         PeerAddress peer;
         socklen_t size = sizeof peer.address;
-        const int connection = ::accept4(fd_, reinterpret_cast<sockaddr*>(&peer.address), &size,
+        const int connection = ::accept4(fd, reinterpret_cast<sockaddr*>(&peer.address), &size,
                                          SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (connection >= 0) {
+            if (family == kIPv4) {
+                mapIPv4InPlace(peer.address);
+            }
             emit connectionRequested(connection, peer);
             continue;
         }
