@@ -3,8 +3,8 @@
 // shown as text without detours. One per service; the event loop says when to read.
 #pragma once
 
+#include "platform/family_sockets.h"
 #include "platform/peer_address.h"
-#include "platform/read_watch.h"
 
 #include <QByteArrayView>
 #include <QHostAddress>
@@ -34,7 +34,7 @@ public:
     // Binds to every address on `port` (0: any free one), not sharing it with anybody.
     BindResult bind(quint16 port);
     void close();
-    [[nodiscard]] bool isBound() const { return sockets_[0].fd >= 0 || sockets_[1].fd >= 0; }
+    [[nodiscard]] bool isBound() const { return sockets_.isOpen(); }
     [[nodiscard]] quint16 localPort() const { return port_; }
 
     // Takes every waiting datagram (up to a bounded number per call, so that one busy port
@@ -76,19 +76,13 @@ private:
     // Requests are small; of a longer datagram only its length matters to any service.
     static constexpr int kKeptBytes = 2048;
 
-    // One per address family: IPv4 first, then IPv6.
-    struct Socket {
-        int fd = -1;
-        std::unique_ptr<ReadWatch> watch;
-    };
-
     int receiveBatch();
     Datagram datagram(int index);
     void flushReplies();
     [[nodiscard]] int socketFor(const sockaddr_in6& to) const;
 
-    std::array<Socket, 2> sockets_;
-    std::size_t ready_ = 0; // the socket whose datagrams readPending() takes
+    FamilySockets sockets_;
+    std::size_t ready_ = 0; // the family whose datagrams readPending() takes
     quint16 port_ = 0;
     std::unique_ptr<char[]> buffers_;
     std::array<sockaddr_in6, kBatch> peers_{};

@@ -5,12 +5,10 @@
 // clients wait in the kernel's backlog meanwhile.
 #pragma once
 
+#include "platform/family_sockets.h"
 #include "platform/peer_address.h"
-#include "platform/read_watch.h"
 
 #include <QObject>
-#include <array>
-#include <memory>
 
 class QTimer;
 
@@ -26,7 +24,7 @@ public:
     // Listens on every address on `port` (0: any free one).
     ListenResult listen(quint16 port);
     void close();
-    [[nodiscard]] bool isListening() const { return sockets_[0].fd >= 0 || sockets_[1].fd >= 0; }
+    [[nodiscard]] bool isListening() const { return sockets_.isOpen(); }
     [[nodiscard]] quint16 serverPort() const { return port_; }
 
     // While paused, clients wait in the backlog, neither accepted nor refused.
@@ -40,16 +38,10 @@ signals:
     void connectionRequested(int descriptor, const cvl::PeerAddress& peer);
 
 private:
-    // One per address family: IPv4 first, then IPv6.
-    struct Socket {
-        int fd = -1;
-        std::unique_ptr<ReadWatch> watch;
-    };
-
     void acceptPending(std::size_t family);
     void updateWatch();
 
-    std::array<Socket, 2> sockets_;
+    FamilySockets sockets_;
     quint16 port_ = 0;
     bool paused_ = false;
     QTimer* resourceRetry_;

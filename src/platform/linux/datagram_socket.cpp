@@ -13,9 +13,8 @@ namespace cvl {
 
 namespace {
 
-// sockets_ holds the IPv4 socket first.
-constexpr std::size_t kIPv4 = 0;
-constexpr std::size_t kIPv6 = 1;
+constexpr std::size_t kIPv4 = FamilySockets::kIPv4;
+constexpr std::size_t kIPv6 = FamilySockets::kIPv6;
 
 // Points `header` at `to` in the form its family's socket takes; `v4` holds the IPv4 form.
 void setDestination(msghdr& header, const sockaddr_in6& to, sockaddr_in& v4) {
@@ -55,43 +54,29 @@ DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
     if (!bound.bound()) {
         return bound.addressInUse ? BindResult::AddressInUse : BindResult::Failed;
     }
-    sockets_[kIPv4].fd = bound.v4;
-    sockets_[kIPv6].fd = bound.v6;
-    port_ = bound.port;
-    for (std::size_t family = 0; family < sockets_.size(); ++family) {
-        Socket& socket = sockets_[family];
-        if (socket.fd < 0) {
-            continue;
-        }
-        socket.watch = std::make_unique<ReadWatch>(socket.fd, [this, family] {
-            ready_ = family;
-            emit readyRead();
-        });
-        if (!socket.watch->isEnabled()) { // nobody would ever read it
-            close();
-            return BindResult::Failed;
-        }
+    sockets_.adopt(bound);
+    const bool watched = sockets_.watch([this](std::size_t family) {
+        ready_ = family;
+        emit readyRead();
+    });
+    if (!watched) {
+        return BindResult::Failed;
     }
+    port_ = bound.port;
     return BindResult::Bound;
 }
 
 void DatagramSocket::close() {
-    for (Socket& socket : sockets_) {
-        socket.watch.reset();
-        if (socket.fd >= 0) {
-            ::close(socket.fd);
-            socket.fd = -1;
-        }
-    }
+    sockets_.close();
     port_ = 0;
 }
 
 int DatagramSocket::socketFor(const sockaddr_in6& to) const {
-    return sockets_[isMappedIPv4(to) ? kIPv4 : kIPv6].fd;
+    return sockets_.fd(isMappedIPv4(to) ? kIPv4 : kIPv6);
 }
 
 int DatagramSocket::receiveBatch() {
-    const int fd = sockets_[ready_].fd;
+    const int fd = sockets_.fd(ready_);
     if (fd < 0) {
         return 0;
     }

@@ -16,8 +16,6 @@ namespace {
 constexpr int kBacklog = 4096;
 // Accepts per wake-up, so that one busy port cannot starve the others.
 constexpr int kAcceptsPerCall = 64;
-// sockets_ holds the IPv4 socket first.
-constexpr std::size_t kIPv4 = 0;
 // How long accepting rests when no descriptor is left.
 constexpr std::chrono::milliseconds kResourceRetry{100};
 
@@ -45,39 +43,25 @@ StreamListener::ListenResult StreamListener::listen(quint16 port) {
     if (!bound.bound()) {
         return bound.addressInUse ? ListenResult::AddressInUse : ListenResult::Failed;
     }
-    sockets_[0].fd = bound.v4;
-    sockets_[1].fd = bound.v6;
-    port_ = bound.port;
-    paused_ = false; // a new socket accepts until told otherwise, whatever the last one did
-    for (std::size_t family = 0; family < sockets_.size(); ++family) {
-        Socket& socket = sockets_[family];
-        if (socket.fd < 0) {
-            continue;
-        }
-        if (::listen(socket.fd, kBacklog) != 0) {
+    sockets_.adopt(bound);
+    for (const int fd : {bound.v4, bound.v6}) {
+        if (fd >= 0 && ::listen(fd, kBacklog) != 0) {
             const bool inUse = errno == EADDRINUSE;
             close();
             return inUse ? ListenResult::AddressInUse : ListenResult::Failed;
         }
-        socket.watch =
-            std::make_unique<ReadWatch>(socket.fd, [this, family] { acceptPending(family); });
-        if (!socket.watch->isEnabled()) { // nobody would ever accept
-            close();
-            return ListenResult::Failed;
-        }
     }
+    if (!sockets_.watch([this](std::size_t family) { acceptPending(family); })) {
+        return ListenResult::Failed;
+    }
+    port_ = bound.port;
+    paused_ = false; // a new socket accepts until told otherwise, whatever the last one did
     return ListenResult::Listening;
 }
 
 void StreamListener::close() {
     resourceRetry_->stop();
-    for (Socket& socket : sockets_) {
-        socket.watch.reset();
-        if (socket.fd >= 0) {
-            ::close(socket.fd);
-            socket.fd = -1;
-        }
-    }
+    sockets_.close();
     port_ = 0;
 }
 
@@ -92,11 +76,11 @@ void StreamListener::resumeAccepting() {
 }
 
 void StreamListener::discardPending() {
-    for (const Socket& socket : sockets_) {
+    for (const std::size_t family : {FamilySockets::kIPv4, FamilySockets::kIPv6}) {
         // Bounded: a backlog never holds more than this.
-        for (int i = 0; i < 65536 && socket.fd >= 0; ++i) {
+        for (int i = 0; i < 65536 && sockets_.fd(family) >= 0; ++i) {
             const int connection =
-                ::accept4(socket.fd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+                ::accept4(sockets_.fd(family), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
             if (connection < 0) {
                 break;
             }
@@ -106,22 +90,19 @@ void StreamListener::discardPending() {
 }
 
 void StreamListener::updateWatch() {
-    for (const Socket& socket : sockets_) {
-        if (socket.watch) {
-            socket.watch->setEnabled(!paused_ && !resourceRetry_->isActive());
-        }
-    }
+    sockets_.setWatching(!paused_ && !resourceRetry_->isActive());
 }
 
 void StreamListener::acceptPending(std::size_t family) {
-    const int& fd = sockets_[family].fd; // closing the listener while handling a client clears it
-    for (int i = 0; i < kAcceptsPerCall && fd >= 0 && !paused_; ++i) {
+    // A client's handler may close the listener: the descriptor is looked up each round.
+    for (int i = 0; i < kAcceptsPerCall && sockets_.fd(family) >= 0 && !paused_; ++i) {
+        const int fd = sockets_.fd(family);
         PeerAddress peer;
         socklen_t size = sizeof peer.address;
         const int connection = ::accept4(fd, reinterpret_cast<sockaddr*>(&peer.address), &size,
                                          SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (connection >= 0) {
-            if (family == kIPv4) {
+            if (family == FamilySockets::kIPv4) {
                 mapIPv4InPlace(peer.address);
             }
             emit connectionRequested(connection, peer);
