@@ -8,16 +8,22 @@
 
 namespace cvl {
 
+// The mapped form of an IPv4 address and port, both in network byte order.
+[[nodiscard]] inline sockaddr_in6 mappedIPv4(in_addr address, in_port_t port) {
+    sockaddr_in6 mapped{};
+    mapped.sin6_family = AF_INET6;
+    mapped.sin6_port = port;
+    mapped.sin6_addr.s6_addr[10] = 0xFF;
+    mapped.sin6_addr.s6_addr[11] = 0xFF;
+    std::memcpy(mapped.sin6_addr.s6_addr + 12, &address, 4);
+    return mapped;
+}
+
 // `address` holds a sockaddr_in as the kernel wrote it into this larger buffer.
 inline void mapIPv4InPlace(sockaddr_in6& address) {
     sockaddr_in v4{};
     std::memcpy(&v4, &address, sizeof v4);
-    address = sockaddr_in6{};
-    address.sin6_family = AF_INET6;
-    address.sin6_port = v4.sin_port;
-    address.sin6_addr.s6_addr[10] = 0xFF;
-    address.sin6_addr.s6_addr[11] = 0xFF;
-    std::memcpy(address.sin6_addr.s6_addr + 12, &v4.sin_addr, 4);
+    address = mappedIPv4(v4.sin_addr, v4.sin_port);
 }
 
 [[nodiscard]] inline bool isMappedIPv4(const sockaddr_in6& address) {

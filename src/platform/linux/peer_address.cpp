@@ -1,4 +1,5 @@
 #include "platform/peer_address.h"
+#include "platform/linux/mapped_address.h"
 
 #include <arpa/inet.h>
 #include <cstring>
@@ -6,19 +7,9 @@
 
 namespace cvl {
 
-namespace {
-
-bool isMappedV4(const in6_addr& address) {
-    return IN6_IS_ADDR_V4MAPPED(&address) != 0;
-}
-
-} // namespace
-
 QHostAddress PeerAddress::hostAddress() const {
-    if (isMappedV4(address.sin6_addr)) {
-        quint32 v4 = 0;
-        std::memcpy(&v4, address.sin6_addr.s6_addr + 12, 4);
-        return QHostAddress(ntohl(v4));
+    if (isMappedIPv4(address)) {
+        return QHostAddress(ntohl(unmappedIPv4(address).sin_addr.s_addr));
     }
     return QHostAddress(reinterpret_cast<const sockaddr*>(&address));
 }
@@ -43,10 +34,8 @@ QString ipv4Text(quint32 address) {
 }
 
 QString PeerAddress::text() const {
-    const std::uint8_t* bytes = address.sin6_addr.s6_addr;
-    if (isMappedV4(address.sin6_addr)) {
-        return ipv4Text(quint32{bytes[12]} << 24 | quint32{bytes[13]} << 16 |
-                        quint32{bytes[14]} << 8 | bytes[15]);
+    if (isMappedIPv4(address)) {
+        return ipv4Text(ntohl(unmappedIPv4(address).sin_addr.s_addr));
     }
     char text[INET6_ADDRSTRLEN];
     return inet_ntop(AF_INET6, &address.sin6_addr, text, sizeof text) != nullptr
