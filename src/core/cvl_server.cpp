@@ -11,6 +11,7 @@
 #include "sync/time_query.h"
 
 #include <QRandomGenerator>
+#include <algorithm>
 #include <utility>
 
 namespace cvl {
@@ -31,8 +32,10 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
                                    platform.host.programFolder(), options_.updateHost,
                                    options_.updatePort, AppVersion(), this))
     , syncTimer_(new QTimer(this))
+    , unansweredTimer_(new QTimer(this))
     , random_([] { return QRandomGenerator::global()->generateDouble(); })
-    , windowCaption_(fixedTitle()) {
+    , windowCaption_(fixedTitle())
+    , strictSync_(options_.strictSync) {
     connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
     connect(listeners_, &ServiceListeners::clientShown, this, &CVL_Server::showClient);
     connect(listeners_, &ServiceListeners::lamp, this, &CVL_Server::light);
@@ -45,11 +48,21 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     // the server steps.
     syncTimer_->setInterval(1000);
     connect(syncTimer_, &QTimer::timeout, this, &CVL_Server::syncTick);
+    unansweredTimer_->setSingleShot(true);
+    unansweredTimer_->setInterval(kUnansweredAfterMs);
+    connect(unansweredTimer_, &QTimer::timeout, this, &CVL_Server::queryUnanswered);
+    connect(listeners_, &ServiceListeners::statusTextWithdrawn, this, [this](const QString& text) {
+        if (statusText_ == text) {
+            setStatusText(QString());
+        }
+    });
     connect(timeQuery_, &TimeQuery::sendFailed, this, [this] {
         GrabRandom();
         schedule_.retryOnNextTick();
     });
     connect(timeQuery_, &TimeQuery::synchronised, this, [this] {
+        unansweredTimer_->stop();
+        setUnansweredText(QString());
         setTimeSynced();
         setTipText(QLatin1Char(' ') + timeQuery_->SyncMessage() + QLatin1Char(' '));
         emit syncMessageChanged(timeQuery_->SyncMessage());
@@ -135,6 +148,7 @@ void CVL_Server::shutdown() {
     }
     shutDown_ = true;
     syncTimer_->stop();
+    unansweredTimer_->stop();
     for (const ServiceId id : kTcpCloseOrder) {
         listeners_->closeTcpListener(id);
     }
@@ -190,6 +204,7 @@ void CVL_Server::readSettings() {
     openMinimized_ = isYes(registry_.read(kSettingsKey, kOpenMinimizedValue));
     enableLogging_ = isYes(registry_.read(kSettingsKey, kEnableLoggingValue));
     useJulian_ = isYes(registry_.read(kSettingsKey, kUseJulianValue));
+    strictSync_ = options_.strictSync || isYes(registry_.read(kSettingsKey, kStrictSyncValue));
 
     for (const ServiceId id : kSettingsReadOrder) {
         listeners_->applySetting(
@@ -263,7 +278,9 @@ void CVL_Server::showClient(int box, const QString& address) {
 
 void CVL_Server::setRunAtStartup(bool on) {
     runAtStartup_ = on;
-    runChanged_ = true;
+    // Only switching it off counts as a change: the entry is then removed at shutdown, and
+    // switching it on again in the same run writes it after all.
+    runChanged_ = !on;
 }
 
 void CVL_Server::setTimeSynced() {
@@ -296,10 +313,18 @@ void CVL_Server::syncUnitChosen(const QString& unit) {
 }
 
 void CVL_Server::syncTick() {
-    if (schedule_.tick()) {
+    const bool due = schedule_.tick();
+    if (due || syncRequested_) {
+        syncRequested_ = false;
         SyncTimeNow();
     }
     StatusUp();
+}
+
+std::int32_t CVL_Server::secondsToNextSync() const {
+    const std::int64_t left =
+        std::int64_t{schedule_.SyncSeconds} - std::int64_t{schedule_.SyncCounter};
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(left, 1, INT32_MAX));
 }
 
 void CVL_Server::selectServer(int index) {
@@ -334,12 +359,36 @@ void CVL_Server::SyncTimeNow() {
     if (currentServer_.isEmpty()) {
         currentServer_ = serverList_.ServerHosts[1];
     }
-    timeQuery_->send(listeners_->udpSocket(ServiceId::Ntp), currentServer_.trimmed(),
-                     options_.referencePort);
+    askedServer_ = currentServer_.trimmed();
+    askedAt_ = platform_.clock.localNow();
+    unansweredTimer_->start();
+    timeQuery_->send(listeners_->udpSocket(ServiceId::Ntp), askedServer_, options_.referencePort);
     const QString selected =
         selectedServer_ >= 0 ? serverList_.entries[selectedServer_].text : QString();
     setTipText(QStringLiteral(" Checking Time Server: ") + selected + QLatin1Char(' '));
     emit checkingChanged(true);
+}
+
+void CVL_Server::queryUnanswered() {
+    if (!timeQuery_->AwaitingReply()) {
+        return;
+    }
+    const QString served = TimeSynced()
+                               ? QStringLiteral("clients are still served from the last answer")
+                               : QStringLiteral("clients are refused until the first answer");
+    setUnansweredText(QStringLiteral("No answer from %1 after %2 s; %3; next try in %4 s")
+                          .arg(askedServer_)
+                          .arg(kUnansweredAfterMs / 1000)
+                          .arg(served)
+                          .arg(secondsToNextSync()));
+}
+
+void CVL_Server::setUnansweredText(const QString& text) {
+    if (unansweredText_ == text) {
+        return;
+    }
+    unansweredText_ = text;
+    emit unansweredChanged(text);
 }
 
 void CVL_Server::setTipText(const QString& text) {
@@ -351,8 +400,8 @@ bool CVL_Server::AwaitingReply() const {
     return timeQuery_->AwaitingReply();
 }
 
-bool CVL_Server::isSyncAnswer(QByteArrayView datagram) const {
-    return timeQuery_->isAnswer(datagram);
+bool CVL_Server::isSyncAnswer(QByteArrayView datagram, const PeerAddress& from) const {
+    return timeQuery_->isAnswer(datagram, from, strictSync_);
 }
 
 void CVL_Server::acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) {

@@ -50,6 +50,9 @@ inline const QString kDefaultUpdateHost = QStringLiteral("update.chronvale.net")
 
 struct ServerOptions {
     quint16 referencePort = 123;
+    // Answers to the server's own query only from the server asked (the command line's
+    // --strict-sync; the "StrictSync" setting can switch it on as well).
+    bool strictSync = false;
     QString updateHost = kDefaultUpdateHost;
     quint16 updatePort = 80;
 };
@@ -131,6 +134,19 @@ public:
     void setRandomCheck(bool on) { sync_.randomCheck = on; }
     // One tick of the synchronisation timer.
     void syncTick();
+    // "Synchronise now" from outside the window (SIGUSR1): the query leaves at the next tick,
+    // so a burst of requests makes one query.
+    void requestSync() { syncRequested_ = true; }
+    // The query last sent: the host asked and when (local time); empty before the first.
+    [[nodiscard]] const QString& askedServer() const { return askedServer_; }
+    [[nodiscard]] const LocalDateTime& askedAt() const { return askedAt_; }
+    // Whole seconds until the schedule asks again (at least one tick away).
+    [[nodiscard]] std::int32_t secondsToNextSync() const;
+    // How long a query may stay unanswered before the operator is told.
+    static constexpr int kUnansweredAfterMs = 5000;
+    // The line that says the last query has gone unanswered; empty while none has.
+    [[nodiscard]] const QString& unansweredText() const { return unansweredText_; }
+    [[nodiscard]] bool strictSync() const { return strictSync_; }
     // The tray tip: a fixed 64-character field ending in a NUL.
     [[nodiscard]] const QString& TipText() const { return tipText_; }
     [[nodiscard]] int lastNtpMilliseconds() const { return lastNtpMs_; }
@@ -168,7 +184,8 @@ public:
         return lampCounts_[static_cast<std::size_t>(lamp)];
     }
     [[nodiscard]] bool AwaitingReply() const override;
-    [[nodiscard]] bool isSyncAnswer(QByteArrayView datagram) const override;
+    [[nodiscard]] bool isSyncAnswer(QByteArrayView datagram,
+                                    const PeerAddress& from) const override;
     void acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) override;
     void syncDatagramFailed() override;
     [[nodiscard]] NtpReference ntpReference() const override;
@@ -185,6 +202,9 @@ signals:
     void checkingChanged(bool checking);
     void windowCaptionChanged(const QString& caption);
     void checkUpdateEnabledChanged(bool enabled);
+    // The last query has gone unanswered for kUnansweredAfterMs (or that has been put right:
+    // the text is then empty).
+    void unansweredChanged(const QString& text);
 
 private:
     void setStatusText(const QString& text);
@@ -192,6 +212,8 @@ private:
     void writeRunEntry();
     void CalcIntC();
     void setTipText(const QString& text);
+    void setUnansweredText(const QString& text);
+    void queryUnanswered();
     [[nodiscard]] QString serverFilePath() const;
 
     Platform platform_;
@@ -207,10 +229,14 @@ private:
     TimeQuery* timeQuery_;
     UpdateCheck* updateCheck_;
     QTimer* syncTimer_;
+    QTimer* unansweredTimer_;
     ServerList serverList_;
     SyncSchedule schedule_;
     int selectedServer_ = -1;
     QString currentServer_;
+    QString askedServer_;
+    LocalDateTime askedAt_;
+    QString unansweredText_;
     QString tipText_;
     int lastNtpMs_ = 0;
     std::function<double()> random_;
@@ -228,7 +254,9 @@ private:
     bool enableLogging_ = false;
     bool useJulian_ = false;
     bool runAtStartup_ = false;
-    bool runChanged_ = false;
+    bool runChanged_ = false; // switched off by the operator in this run
+    bool strictSync_ = false;
+    bool syncRequested_ = false;
     bool settingsRead_ = false;
     bool firstSyncAsked_ = false;
     bool started_ = false;

@@ -18,6 +18,12 @@ public:
     virtual void startUp(bool startHidden) = 0;
     // Releases the views once the server has shut down.
     virtual void release() = 0;
+    // Another start of the program asks this copy to show itself; true when a window came
+    // forward.
+    [[nodiscard]] virtual bool showWindow() { return false; }
+    // Whether a second start of this face asks the running copy to show itself rather than
+    // only saying that it runs.
+    [[nodiscard]] virtual bool raisesRunningCopy() const { return false; }
 };
 
 } // namespace cvl

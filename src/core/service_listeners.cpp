@@ -4,6 +4,7 @@
 #include "core/settings_values.h"
 #include "platform/peer_address.h"
 
+#include <utility>
 #include <unistd.h>
 
 namespace cvl {
@@ -77,12 +78,14 @@ void ServiceListeners::LoadServers(const QString& mode) {
                 // clock has been set once.
                 listener.pauseAccepting();
             }
+            opened(target->service);
             return;
         }
         inUse = listening == StreamListener::ListenResult::AddressInUse;
     } else {
         const DatagramSocket::BindResult bound = service.udp->bind(portNumber);
         if (bound == DatagramSocket::BindResult::Bound) {
+            opened(target->service);
             return;
         }
         inUse = bound == DatagramSocket::BindResult::AddressInUse;
@@ -97,11 +100,18 @@ void ServiceListeners::reportAddressInUse(ServiceId id, int port) {
     if (id != ServiceId::Daytime) {
         return;
     }
-    emit statusText(
+    portMessage_ =
         QStringLiteral("That address is already in use.  Please select a different port than ") +
         QString::number(port) + QStringLiteral(".") + QChar(13) +
         QStringLiteral("DAYTIME SERVICE SERVER ERROR - PORT: ") +
-        at(ServiceId::Daytime).controls.portText + QStringLiteral(" invalid."));
+        at(ServiceId::Daytime).controls.portText + QStringLiteral(" invalid.");
+    emit statusText(portMessage_);
+}
+
+void ServiceListeners::opened(ServiceId id) {
+    if (id == ServiceId::Daytime && !portMessage_.isEmpty()) {
+        emit statusTextWithdrawn(std::exchange(portMessage_, QString()));
+    }
 }
 
 void ServiceListeners::connectionRequested(ServiceId id, int descriptor, const PeerAddress& peer) {

@@ -86,6 +86,8 @@ public:
 signals:
     // The status line's text changed (a port conflict on the Daytime service).
     void statusText(const QString& text);
+    // A Daytime socket opened after all: the conflict reported in `text` is over.
+    void statusTextWithdrawn(const QString& text);
     // A service's controls changed; a view refreshes that service's details.
     void serviceChanged(cvl::ServiceId id);
     // A client to show in remote-host box `box`.
@@ -107,10 +109,12 @@ private:
     void connectionRequested(ServiceId id, int descriptor, const PeerAddress& peer);
     void answerAtOnce(ServiceId id, int descriptor, const PeerAddress& peer);
     void reportAddressInUse(ServiceId id, int port);
+    void opened(ServiceId id);
 
     std::array<Service, kServiceCount> services_;
     std::unique_ptr<SilentProtocol> silent_;
     bool timeSynced_ = false;
+    QString portMessage_; // the conflict last reported, until the socket opens
 };
 
 } // namespace cvl

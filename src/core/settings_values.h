@@ -14,6 +14,7 @@ inline const QString kGeneralDefault = QStringLiteral("YES:59:Minutes/s:NA:36");
 inline const QString kOpenMinimizedValue = QStringLiteral("OpenMinimized");
 inline const QString kEnableLoggingValue = QStringLiteral("EnableLogging");
 inline const QString kUseJulianValue = QStringLiteral("UseJulian");
+inline const QString kStrictSyncValue = QStringLiteral("StrictSync");
 
 inline constexpr std::int16_t kDefaultNtpFirstByte = 36;
 

@@ -13,6 +13,7 @@ struct PeerAddress {
     sockaddr_in6 address{};
     [[nodiscard]] QHostAddress hostAddress() const;
     [[nodiscard]] QString text() const;
+    [[nodiscard]] quint16 port() const;
     [[nodiscard]] bool operator==(const PeerAddress& other) const;
 };
 

@@ -19,7 +19,7 @@ void NtpService::datagramArrived(DatagramSocket& socket, const Datagram& request
     // Every arrival is counted; an answer to our own query takes its count back.
     [[maybe_unused]] const bool counted = host_.countRequest(ServiceId::Ntp, Transport::Udp);
     if (request.size == kNtpPacketSize) {
-        if (host_.AwaitingReply() && host_.isSyncAnswer(request.data)) {
+        if (host_.AwaitingReply() && host_.isSyncAnswer(request.data, request.sender)) {
             host_.acceptSyncAnswer(request.data, request.sender.hostAddress());
             return;
         }

@@ -4,6 +4,7 @@
 
 #include "core/lamp.h"
 #include "core/service_table.h"
+#include "platform/peer_address.h"
 #include "services/ntp_reply.h"
 #include "timebase/time_base.h"
 
@@ -38,7 +39,8 @@ public:
     // The NTP service shares its UDP socket with the synchronisation client: while a query is
     // out, an answer that matches it is the client's, not a request to serve.
     [[nodiscard]] virtual bool AwaitingReply() const = 0;
-    [[nodiscard]] virtual bool isSyncAnswer(QByteArrayView datagram) const = 0;
+    [[nodiscard]] virtual bool isSyncAnswer(QByteArrayView datagram,
+                                            const PeerAddress& from) const = 0;
     virtual void acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) = 0;
     // A one-byte datagram while waiting: the query failed, try another server.
     virtual void syncDatagramFailed() = 0;

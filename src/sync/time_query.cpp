@@ -4,6 +4,7 @@
 #include "platform/peer_address.h"
 
 #include <QHostInfo>
+#include <algorithm>
 
 namespace cvl {
 
@@ -66,6 +67,7 @@ void TimeQuery::transmit(const QHostAddress& address) {
     std::copy(requestStamp_.begin(), requestStamp_.end(), request.begin() + 40);
 
     awaitingReply_ = true;
+    sentTo_ = address;
     sendStamp_ = timeBase_.GrabTime().value_or(NtpTimestamp{});
     sendTicks_ = static_cast<std::int32_t>(clock_.tickCountMs());
     // With the NTP service's UDP socket closed, the query goes out from a socket bound just
@@ -78,13 +80,26 @@ void TimeQuery::transmit(const QHostAddress& address) {
     }
 }
 
-bool TimeQuery::isAnswer(QByteArrayView datagram) const {
+bool TimeQuery::isAnswer(QByteArrayView datagram, const PeerAddress& from, bool strict) const {
     if (!awaitingReply_ || datagram.size() < 32) {
         return false;
     }
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(datagram.data());
-    return bytes[24] == requestStamp_[0] && bytes[27] == requestStamp_[3] &&
-           bytes[31] == requestStamp_[7];
+    if (bytes[24] != requestStamp_[0] || bytes[27] != requestStamp_[3] ||
+        bytes[31] != requestStamp_[7]) {
+        return false;
+    }
+    if (!strict) {
+        return true;
+    }
+    if (datagram.size() < 48 || from.port() != port_ ||
+        from.hostAddress() != sentTo_) {
+        return false;
+    }
+    const int mode = bytes[0] & 7;
+    const bool hasTransmitStamp =
+        std::any_of(bytes + 40, bytes + 48, [](std::uint8_t byte) { return byte != 0; });
+    return (mode == 4 || mode == 5) && hasTransmitStamp;
 }
 
 void TimeQuery::accept(QByteArrayView answer, const QHostAddress& from) {

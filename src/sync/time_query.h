@@ -6,6 +6,7 @@
 
 #include "platform/clock.h"
 #include "platform/datagram_socket.h"
+#include "platform/peer_address.h"
 #include "sync/clock_adjustment.h"
 #include "timebase/time_base.h"
 
@@ -29,8 +30,11 @@ public:
 
     [[nodiscard]] bool AwaitingReply() const { return awaitingReply_; }
     // Whether a 48-byte datagram answers the query: only bytes 24, 27 and 31 are compared with
-    // the request's transmit stamp, which is all zero.
-    [[nodiscard]] bool isAnswer(QByteArrayView datagram) const;
+    // the request's transmit stamp, which is all zero. So any client's ordinary request
+    // matches too; `strict` also asks for the address and port the query went to, server or
+    // broadcast mode and a transmit stamp.
+    [[nodiscard]] bool isAnswer(QByteArrayView datagram, const PeerAddress& from,
+                                bool strict = false) const;
     // Takes an answer: steps the clock and records the reference. Emits synchronised().
     void accept(QByteArrayView answer, const QHostAddress& from);
 
@@ -57,6 +61,7 @@ private:
     // The query in flight.
     QPointer<DatagramSocket> socket_;
     quint16 port_ = 123;
+    QHostAddress sentTo_;
     int lookupId_ = -1;
     bool awaitingReply_ = false;
     NtpTimestamp requestStamp_{}; // never filled: requests go out with a zero transmit stamp

@@ -131,6 +131,13 @@ private slots:
         QCOMPARE(status.last().first().toString(),
                  "That address is already in use.  Please select a different port than " + p +
                      ".\rDAYTIME SERVICE SERVER ERROR - PORT: " + p + " invalid.");
+        // The message is taken back once the Daytime sockets open on a free port.
+        QSignalSpy withdrawn(listeners.get(), &ServiceListeners::statusTextWithdrawn);
+        listeners->portTextChanged(Daytime, QString::number(test::freePort()));
+        listeners->portKeyPressed(Daytime, QChar(13));
+        QCOMPARE(open(Daytime), "tcp udp");
+        QCOMPARE(withdrawn.count(), 1);
+        QCOMPARE(withdrawn.first().first(), status.last().first());
         // At start-up a port in use or out of range leaves the service closed, silently.
         status.clear();
         listeners->applySetting(Time, setting("YES:YES:YES", port));
@@ -344,33 +351,36 @@ private slots:
         QCOMPARE(rig.store.journal.size(), 8);
     }
 
-    void runEntryFollowsTwoFlags_data() {
-        QTest::addColumn<bool>("entryAtStart");
-        QTest::addColumn<int>("click"); // -1 none, 0 untick, 1 tick
-        QTest::addColumn<int>("writes");
-        QTest::addColumn<int>("removals");
-        QTest::newRow("kept, untouched: rewritten") << true << -1 << 1 << 0;
-        QTest::newRow("absent, untouched: nothing") << false << -1 << 0 << 0;
-        QTest::newRow("kept, unticked: removed") << true << 0 << 0 << 1;
-        QTest::newRow("absent, ticked: left alone") << false << 1 << 0 << 0;
-    }
-    void runEntryFollowsTwoFlags() {
-        QFETCH(bool, entryAtStart);
-        QFETCH(int, click);
-        ServerRig rig;
-        putServices(rig, port);
-        rig.autostart.present = entryAtStart;
-        rig.server().start();
-        QCOMPARE(rig.server().RunAtStartup(), entryAtStart);
-        if (click >= 0) {
-            rig.server().setRunAtStartup(click == 1);
-        }
-        rig.server().shutdown();
-        QTEST(rig.autostart.writes, "writes");
-        QTEST(rig.autostart.removals, "removals");
-        if (rig.autostart.writes > 0) {
-            QCOMPARE(rig.autostart.command, rig.host.command);
-        }
+    // Ticking the box writes the entry at shutdown, unticking removes it, and a run that
+    // leaves the box alone keeps what is there. One store of entries across the runs.
+    void runEntryAcrossRuns() {
+        test::FakeAutostart autostart;
+        const auto run = [&](std::vector<bool> clicks) {
+            ServerRig rig;
+            putServices(rig, port);
+            rig.autostart = autostart;
+            rig.server().start();
+            const bool shownTicked = rig.server().RunAtStartup();
+            for (const bool on : clicks) {
+                rig.server().setRunAtStartup(on);
+            }
+            rig.server().shutdown();
+            autostart = rig.autostart;
+            return shownTicked;
+        };
+        QVERIFY(!run({}));
+        QCOMPARE(autostart.writes, 0);
+        QVERIFY(!run({true}));
+        QVERIFY(autostart.present);
+        QCOMPARE(autostart.command, test::FakeHostInfo().command);
+        QVERIFY(run({})); // untouched: still there
+        QVERIFY(autostart.present);
+        QVERIFY(run({false}));
+        QVERIFY(!autostart.present);
+        QVERIFY(!run({true, false}));
+        QVERIFY(!autostart.present);
+        QVERIFY(!run({false, true})); // switched back on in the same run
+        QVERIFY(autostart.present);
     }
 
     void missingServerFileIsFetchedThenUsed() {

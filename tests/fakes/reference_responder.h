@@ -41,7 +41,8 @@ public:
 
 private:
     void answer(const QNetworkDatagram& request) {
-        if (request.data().size() != 48) {
+        // Client requests only: a server's answer to our answer must not start a ping-pong.
+        if (request.data().size() != 48 || (request.data().at(0) & 7) != 3) {
             return;
         }
         QByteArray reply(48, '\0');

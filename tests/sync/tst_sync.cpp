@@ -218,6 +218,30 @@ private slots:
         QCOMPARE(udpExchange(ntpPort, ntpRequest(9), 1).size(), 1);
     }
 
+    // Any 48-byte datagram with bytes 24, 27 and 31 zero answers a pending query, an ordinary
+    // client's request among them; with StrictSync only the server asked does.
+    void clientRequestTakenForTheAnswerUnlessStrict_data() {
+        QTest::addColumn<QString>("strictSync");
+        QTest::newRow("default") << QString();
+        QTest::newRow("strict") << QStringLiteral("YES");
+    }
+    void clientRequestTakenForTheAnswerUnlessStrict() {
+        QFETCH(QString, strictSync);
+        if (!strictSync.isEmpty()) {
+            rig->store.putHome("StrictSync", strictSync);
+        }
+        reference->holding = true;
+        server().start();
+        QTRY_COMPARE(reference->requests, 1);
+        QCOMPARE(server().strictSync(), !strictSync.isEmpty());
+
+        udpExchange(ntpPort, ntpRequest(0), 1, 300);
+        QCOMPARE(server().TimeSynced(), strictSync.isEmpty());
+        reference->release();
+        QTRY_VERIFY(server().TimeSynced());
+        QCOMPARE(rig->clock.setCalls.size(), std::size_t{1});
+    }
+
     void hostileDatagramsAndForgedAnswers() {
         server().start();
         QTRY_VERIFY(server().TimeSynced());

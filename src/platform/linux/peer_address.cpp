@@ -43,6 +43,10 @@ QString PeerAddress::text() const {
                : QString();
 }
 
+quint16 PeerAddress::port() const {
+    return ntohs(address.sin6_port);
+}
+
 bool PeerAddress::operator==(const PeerAddress& other) const {
     return std::memcmp(&address.sin6_addr, &other.address.sin6_addr, sizeof address.sin6_addr) == 0;
 }
