@@ -29,6 +29,8 @@ QString usageText() {
         "  --update-server HOST[:PORT]  the update server (default port 80)\n"
         "  --no-set-clock               never change the system clock (also\n"
         "                               CHRONVALE_NO_SET_CLOCK=1)\n"
+        "  --strict-sync                take answers to the server's own query only from the\n"
+        "                               server asked (also StrictSync=YES in the settings)\n"
         "  --version                    print the version and exit\n"
         "  --help                       print this text and exit\n");
 }
@@ -73,6 +75,8 @@ CommandLineResult parseCommandLine(const QStringList& arguments) {
             line.headless = true;
         } else if (word == QLatin1String("--no-set-clock")) {
             line.noSetClock = true;
+        } else if (word == QLatin1String("--strict-sync")) {
+            line.strictSync = true;
         } else if (word == QLatin1String("--help") || word == QLatin1String("-h")) {
             line.showHelp = true;
         } else if (word == QLatin1String("--version")) {
@@ -112,10 +116,12 @@ CommandLineResult parseCommandLine(const QStringList& arguments) {
                 }
                 line.updatePort = *port;
             }
-        } else if (word.startsWith(QLatin1Char('-'))) {
+        } else if (word.startsWith(QLatin1String("--"))) {
+            // A long option is meant as one: a misspelt one must not go unnoticed.
             return {std::nullopt, QStringLiteral("unknown option: %1").arg(line.words[i])};
+        } else {
+            line.ignored << line.words[i];
         }
-        // Other words are kept as they are and change nothing.
     }
     return {line, {}};
 }

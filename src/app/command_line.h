@@ -19,7 +19,11 @@ struct CommandLine {
     quint16 referencePort = 123;
     QString updateHost;
     quint16 updatePort = 80;
+    bool strictSync = false;
     QStringList words; // every word after the program name, as given
+    // Words that are none of our options ("-RS", "/rs", a stray word): the program starts
+    // all the same, and says it ignored them.
+    QStringList ignored;
 };
 
 struct CommandLineResult {

@@ -1,6 +1,7 @@
 // chronvale-server: the daemon, which links no widgets at all. Where there is a display and
 // --headless is not given, it becomes the desktop program installed beside it, which shows
 // the window and tray icon over the same server.
+#include "app/headless_status.h"
 #include "app/run_server.h"
 #include "core/cvl_server.h"
 #include "platform/stderr_prompter.h"
@@ -36,8 +37,7 @@ class HeadlessFrontEnd final : public cvl::FrontEnd {
 public:
     cvl::Prompter& prompter() override { return prompter_; }
     void build(cvl::CVL_Server& server) override {
-        QObject::connect(&server, &cvl::CVL_Server::statusTextChanged, &cvl::writeStderrLine);
-        QObject::connect(&server, &cvl::CVL_Server::syncMessageChanged, &cvl::writeStderrLine);
+        new cvl::HeadlessStatus(server, &cvl::writeStderrLine);
     }
     void startUp(bool) override {}
     void release() override {}

@@ -7,7 +7,7 @@
 #include "platform/linux/system_host_info.h"
 #include "platform/linux/system_launcher.h"
 #include "platform/linux/system_time_zone.h"
-#include "platform/linux/termination_signals.h"
+#include "platform/linux/process_signals.h"
 #include "platform/linux/xdg_autostart.h"
 #include "platform/single_instance.h"
 
@@ -52,6 +52,10 @@ std::optional<int> handleInformationalOptions(const CommandLineResult& parsed) {
         std::fputs(usageText().toLocal8Bit().constData(), stdout);
         return 0;
     }
+    if (!parsed.line->ignored.isEmpty()) {
+        std::fprintf(stderr, "chronvale-server: ignoring what is not an option: %s\n",
+                     parsed.line->ignored.join(QLatin1Char(' ')).toLocal8Bit().constData());
+    }
     if (parsed.line->showVersion) {
         std::printf("chronvale-server %s\n", CVL_Server::AppVersion().toLatin1().constData());
         return 0;
@@ -63,16 +67,20 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
     QCoreApplication::setApplicationName(QStringLiteral("chronvale-server"));
     QCoreApplication::setApplicationVersion(CVL_Server::AppVersion());
 
+    // Before anything is read or opened: a second copy leaves no trace.
+    SingleInstance instance;
+    if (!instance.acquire()) {
+        if (!frontEnd.raisesRunningCopy() || !SingleInstance::askRunningCopyToShow()) {
+            std::fputs("chronvale-server: another copy is already running on this machine\n",
+                       stderr);
+        }
+        return 1;
+    }
+    instance.setShowHandler([&frontEnd] { return frontEnd.showWindow(); });
+
     const QString settingsPath =
         QFileInfo(line.settingsFile.isEmpty() ? defaultSettingsPath() : line.settingsFile)
             .absoluteFilePath();
-    SingleInstance instance(settingsPath);
-    if (!instance.acquire()) {
-        std::fprintf(stderr, "chronvale-server: already running with the settings %s\n",
-                     settingsPath.toLocal8Bit().constData());
-        return 1;
-    }
-
     // The desktop program runs from libexec; the daemon that handed over tells where it is.
     const QString handedOver = qEnvironmentVariable("CHRONVALE_SERVER_PROGRAM");
     const QString program =
@@ -106,15 +114,18 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
 
     ServerOptions options;
     options.referencePort = line.referencePort;
+    options.strictSync = line.strictSync;
     if (!line.updateHost.isEmpty()) {
         options.updateHost = line.updateHost;
         options.updatePort = line.updatePort;
     }
     CVL_Server server(platform, options);
 
-    TerminationSignals termination;
-    QObject::connect(&termination, &TerminationSignals::terminationRequested,
+    ProcessSignals processSignals;
+    QObject::connect(&processSignals, &ProcessSignals::terminationRequested,
                      QCoreApplication::instance(), &QCoreApplication::quit);
+    QObject::connect(&processSignals, &ProcessSignals::syncRequested, &server,
+                     &CVL_Server::requestSync);
 
     frontEnd.build(server);
     server.start([&] { frontEnd.startUp(line.startHidden); });

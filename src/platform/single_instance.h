@@ -1,24 +1,38 @@
-// One running copy per settings file. The lock sits beside the settings it guards, so two
-// copies meet there whatever sessions they were started from; where that folder cannot be
-// written, the runtime folder holds it instead. A lock left by a crashed copy is taken over.
+// One running copy per machine, whoever started it and whatever settings and data folder it
+// was given: a time server steers the one clock of the machine and owns its time ports. The
+// running copy also answers a second desktop start by showing its window.
 #pragma once
 
-#include <QLockFile>
-#include <QString>
-#include <memory>
+#include <QObject>
+#include <functional>
+
+class QSocketNotifier;
 
 namespace cvl {
 
-class SingleInstance {
+class SingleInstance final : public QObject {
+    Q_OBJECT
 public:
-    explicit SingleInstance(const QString& settingsPath);
-    // False when another live copy holds the lock.
+    SingleInstance();
+    ~SingleInstance() override;
+    SingleInstance(const SingleInstance&) = delete;
+    SingleInstance& operator=(const SingleInstance&) = delete;
+
+    // Claims the machine's one copy; false when another live copy holds it.
     [[nodiscard]] bool acquire();
-    [[nodiscard]] QString lockPath() const { return lockPath_; }
+    // Another copy asks to be shown: `show` runs on the event loop and says whether a window
+    // was brought forward.
+    void setShowHandler(std::function<bool()> show) { show_ = std::move(show); }
+
+    // Asks the running copy to show its window; true when it did. Waits a second at most.
+    [[nodiscard]] static bool askRunningCopyToShow();
 
 private:
-    QString lockPath_;
-    std::unique_ptr<QLockFile> lock_;
+    void answerRequests();
+
+    int descriptor_ = -1;
+    QSocketNotifier* notifier_ = nullptr;
+    std::function<bool()> show_;
 };
 
 } // namespace cvl

@@ -40,6 +40,16 @@ void DesktopFrontEnd::build(CVL_Server& server) {
                      [this] { configDialog(); });
 }
 
+bool DesktopFrontEnd::showWindow() {
+    if (!window_) {
+        return false;
+    }
+    window_->showNormal();
+    window_->raise();
+    window_->activateWindow();
+    return true;
+}
+
 void DesktopFrontEnd::startUp(bool startHidden) {
     window_->startUp(startHidden);
 }

@@ -35,6 +35,8 @@ public:
     void build(CVL_Server& server) override;
     void startUp(bool startHidden) override;
     void release() override;
+    bool showWindow() override;
+    [[nodiscard]] bool raisesRunningCopy() const override { return true; }
 
     [[nodiscard]] ServerWindow& window() { return *window_; }
     // The configuration dialog, created (and shown) when it is not open.

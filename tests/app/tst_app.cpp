@@ -34,6 +34,18 @@ private slots:
         QCOMPARE(hidden({}), "0");
     }
 
+    // Only our own options are options: a word that merely looks like one starts the
+    // program normally and is reported, while a misspelt long option stops it.
+    void wordsThatAreNotOptions() {
+        const CommandLineResult result = parse({"-RS", "/rs", "--headless", "stray"});
+        QVERIFY(result.line);
+        QVERIFY(!result.line->startHidden);
+        QVERIFY(result.line->headless);
+        QCOMPARE(result.line->ignored, QStringList({"-RS", "/rs", "stray"}));
+        QVERIFY(parse({"-rs"}).line->ignored.isEmpty());
+        QVERIFY(parse({"--strict-sync"}).line->strictSync);
+    }
+
     void optionsWithValues() {
         const CommandLineResult result = parse(
             {"--headless", "--no-set-clock", "--data-dir", "/srv/cvl", "--settings=/etc/x.conf",
@@ -56,7 +68,7 @@ private slots:
             return result.line ? QStringLiteral("accepted") : result.error;
         };
         QCOMPARE(error({"--frobnicate"}), "unknown option: --frobnicate");
-        QCOMPARE(error({"-RS"}), "unknown option: -RS");
+        QCOMPARE(error({"--rs"}), "unknown option: --rs");
         QCOMPARE(error({"--settings"}), "option --settings needs a value");
         QCOMPARE(error({"--reference-port", "70000"}),
                  "--reference-port: not a port number: 70000");

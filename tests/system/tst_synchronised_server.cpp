@@ -1,5 +1,6 @@
 // The built executable with a reference server of the test's own: the listeners its settings
-// enable, one copy per settings file, nothing served before the reference answers; afterwards
+// enable, one copy per machine, status lines on standard error, nothing served before the
+// reference answers; SIGUSR1 asks again; afterwards
 // every service answers on both transports, one log record per request, real clients
 // (chronyd -Q, rdate, socat, ntpdig) accept the answers, and SIGTERM writes the settings back.
 // Each real client is skipped with a message when it is not installed. Also the command
@@ -67,9 +68,25 @@ private slots:
     void initTestCase() {
         server.configure(ports);
         reference.holding = true;
-        server.start({"--reference-port", QString::number(reference.port())});
+        // A first word that only looks like the hidden start is reported and passed over.
+        server.process.start(server.process.program(),
+                             QStringList{"-RS"} + server.safeArguments() +
+                                 QStringList{"--reference-port", QString::number(reference.port())});
         QVERIFY(server.process.waitForStarted(5000));
         QTRY_COMPARE_WITH_TIMEOUT(reference.requests, 1, 5000);
+    }
+
+    // Headless, standard error says what the window would show, each line once: the query
+    // leaving, and five seconds later that nobody answered and what that means for clients.
+    void statusLinesWhileTheReferenceIsSilent() {
+        QTRY_VERIFY_WITH_TIMEOUT(server.errors.contains("No answer from 127.0.0.1 after 5 s"), 8000);
+        QVERIFY(server.errors.contains("ignoring what is not an option: -RS\n"));
+        QVERIFY(server.errors.contains("\nChecking Time Server: Loopback NA\n"));
+        QVERIFY(server.errors.contains(
+            "; clients are refused until the first answer; next try in 35"));
+        QTest::qWait(1500);
+        QCOMPARE(server.errors.count("Checking Time Server"), 1);
+        QCOMPARE(server.errors.count("No answer from"), 1);
     }
 
     void nothingIsServedBeforeTheReferenceAnswers() {
@@ -192,12 +209,29 @@ private slots:
         QVERIFY2(output.contains("127.0.0.1"), output.constData());
     }
 
-    void oneCopyPerSettingsFile() {
+    // SIGUSR1 asks at once; a burst of them makes one query a tick.
+    void syncRequestedBySignal() {
+        const int before = reference.requests;
+        const qsizetype results = server.errors.count("CVL Server is Synchronized.");
+        for (int i = 0; i < 20; ++i) {
+            ::kill(static_cast<pid_t>(server.process.processId()), SIGUSR1);
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(server.errors.count("CVL Server is Synchronized.") > results,
+                                 2000);
+        QTest::qWait(1200);
+        QVERIFY(reference.requests - before >= 1 && reference.requests - before <= 2);
+    }
+
+    // One copy per machine: a second start with folders of its own ends at once, touching
+    // none of them.
+    void oneCopyPerMachine() {
         test::ServerProcess second;
-        second.process.start(second.process.program(), server.safeArguments());
+        second.process.start(second.process.program(), second.safeArguments());
         QVERIFY(second.process.waitForFinished(5000));
         QCOMPARE(second.process.exitCode(), 1);
         QVERIFY(second.errors.contains("already running"));
+        QVERIFY(!QFile::exists(second.settingsPath()));
+        QVERIFY(!QFile::exists(second.dataDir()));
     }
 
     void commandLineErrorsAndHelp() {

@@ -1,4 +1,4 @@
-#include "platform/linux/termination_signals.h"
+#include "platform/linux/process_signals.h"
 
 #include <QSocketNotifier>
 #include <csignal>
@@ -18,13 +18,13 @@ void onSignal(int signalNumber) {
 
 } // namespace
 
-TerminationSignals::TerminationSignals(QObject* parent)
+ProcessSignals::ProcessSignals(QObject* parent)
     : QObject(parent) {
     if (pipeFds[0] < 0 && ::pipe2(pipeFds, O_CLOEXEC | O_NONBLOCK) != 0) {
         return;
     }
     notifier_ = new QSocketNotifier(pipeFds[0], QSocketNotifier::Read, this);
-    connect(notifier_, &QSocketNotifier::activated, this, &TerminationSignals::drain);
+    connect(notifier_, &QSocketNotifier::activated, this, &ProcessSignals::drain);
 
     struct sigaction action {};
     action.sa_handler = onSignal;
@@ -32,21 +32,31 @@ TerminationSignals::TerminationSignals(QObject* parent)
     action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGUSR1, &action, nullptr);
 }
 
-TerminationSignals::~TerminationSignals() {
+ProcessSignals::~ProcessSignals() {
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGUSR1, SIG_DFL);
 }
 
-void TerminationSignals::drain() {
+void ProcessSignals::drain() {
     unsigned char byte = 0;
-    int last = 0;
+    int termination = 0;
+    bool sync = false;
     while (::read(pipeFds[0], &byte, 1) == 1) {
-        last = byte;
+        if (byte == SIGUSR1) {
+            sync = true;
+        } else {
+            termination = byte;
+        }
     }
-    if (last != 0) {
-        emit terminationRequested(last);
+    if (sync) {
+        emit syncRequested();
+    }
+    if (termination != 0) {
+        emit terminationRequested(termination);
     }
 }
 

@@ -1,5 +1,5 @@
-// SIGINT and SIGTERM delivered to the event loop, so that shutdown runs in order on the main
-// thread instead of inside a signal handler.
+// SIGINT and SIGTERM (stop in order) and SIGUSR1 (synchronise now) delivered to the event
+// loop, so that what they ask for runs on the main thread instead of inside a signal handler.
 #pragma once
 
 #include <QObject>
@@ -8,14 +8,15 @@ class QSocketNotifier;
 
 namespace cvl {
 
-class TerminationSignals final : public QObject {
+class ProcessSignals final : public QObject {
     Q_OBJECT
 public:
-    explicit TerminationSignals(QObject* parent = nullptr);
-    ~TerminationSignals() override;
+    explicit ProcessSignals(QObject* parent = nullptr);
+    ~ProcessSignals() override;
 
 signals:
     void terminationRequested(int signalNumber);
+    void syncRequested();
 
 private:
     void drain();

@@ -1,0 +1,43 @@
+#include "app/headless_status.h"
+
+#include "core/cvl_server.h"
+#include "sync/clock_adjustment.h"
+#include "sync/time_query.h"
+
+#include <utility>
+
+namespace cvl {
+
+HeadlessStatus::HeadlessStatus(CVL_Server& server, std::function<void(const QString&)> write)
+    : QObject(&server)
+    , write_(std::move(write)) {
+    connect(&server, &CVL_Server::tipTextChanged, this, [this, &server](const QString& tip) {
+        // The 64-character field can cut the synchronisation result short; a line has room
+        // for all of it.
+        const QString line = tipLine(tip);
+        const QString& result = server.timeQuery().SyncMessage();
+        show(lastTip_, !line.isEmpty() && result.startsWith(line) ? result : line);
+    });
+    connect(&server, &CVL_Server::statusTextChanged, this,
+            [this](const QString& text) { show(lastStatus_, text); });
+    connect(&server, &CVL_Server::unansweredChanged, this,
+            [this](const QString& text) { show(lastUnanswered_, text); });
+}
+
+QString HeadlessStatus::tipLine(const QString& tipField) {
+    return visibleTip(tipField).trimmed();
+}
+
+void HeadlessStatus::show(QString& last, const QString& text) {
+    // An empty text only takes the old one back; it is not worth a line of its own, but the
+    // same text coming again afterwards is news.
+    if (text == last) {
+        return;
+    }
+    last = text;
+    if (!text.isEmpty()) {
+        write_(text);
+    }
+}
+
+} // namespace cvl
