@@ -1,5 +1,5 @@
 // The server's life from settings to shutdown, shared by the daemon and the desktop program:
-// one running copy per settings file, the platform adapters, the controller, a front end
+// one running copy per machine, the platform adapters, the controller, a front end
 // (standard error, or windows), SIGINT/SIGTERM, the event loop, and the orderly stop.
 #pragma once
 

@@ -41,14 +41,16 @@ UpdateCheck::UpdateCheck(UpdateHost& host, Prompter& prompter, Launcher& launche
     , updateHost_(std::move(updateHost))
     , updatePort_(updatePort)
     , appVersion_(std::move(AppVersion)) {
-    connect(&qbk, &QTcpSocket::connected, this, &UpdateCheck::sendRequest);
-    connect(&qbk, &QTcpSocket::readyRead, this, &UpdateCheck::readSocket);
-    connect(&qbk, &QTcpSocket::errorOccurred, this, &UpdateCheck::failed);
+    connect(&qbk, &StreamClient::connected, this, &UpdateCheck::sendRequest);
+    connect(&qbk, &StreamClient::received, this, &UpdateCheck::received);
+    // The server's orderly close is no ending of its own: an exchange that stopped short
+    // stays unfinished until the next check. A failure, a reset included, ends it.
+    connect(&qbk, &StreamClient::failed, this, &UpdateCheck::failed);
 }
 
 void UpdateCheck::QBKUpdate() {
     BytesReceived = 0;
-    qbk.abort();
+    qbk.close();
     // A connection that cannot be made ends up in failed(), which says nothing.
     qbk.connectToHost(updateHost_, updatePort_);
 }
@@ -61,10 +63,6 @@ void UpdateCheck::sendRequest() {
                             appVersion_ + kLineEnd + QStringLiteral("User-Agent: Chronvale v") +
                             appVersion_ + kLineEnd + kLineEnd;
     qbk.write(request.toLatin1());
-}
-
-void UpdateCheck::readSocket() {
-    received(qbk.readAll());
 }
 
 // Each arrival is handled as it comes, without waiting for the rest: the body is counted
@@ -125,12 +123,7 @@ void UpdateCheck::received(const QByteArray& chunk) {
     }
 }
 
-void UpdateCheck::failed(QAbstractSocket::SocketError error) {
-    // The server closing the connection, even by a reset, is no failure: an exchange that
-    // stopped short stays unfinished until the next check.
-    if (error == QAbstractSocket::RemoteHostClosedError) {
-        return;
-    }
+void UpdateCheck::failed() {
     qbk.close();
     if (!host_.checkUpdateEnabled()) {
         host_.setCheckUpdateEnabled(true);

@@ -3,10 +3,11 @@
 // file, and downloads that file into the program folder. One socket, driven by the event loop.
 #pragma once
 
+#include "platform/stream_client.h"
+
 #include <QFile>
 #include <QObject>
 #include <QString>
-#include <QTcpSocket>
 #include <cstdint>
 
 namespace cvl {
@@ -53,8 +54,7 @@ public:
 
 private:
     void sendRequest();
-    void readSocket();
-    void failed(QAbstractSocket::SocketError error);
+    void failed();
     [[nodiscard]] QString serverFilePath() const;
 
     UpdateHost& host_;
@@ -65,7 +65,7 @@ private:
     quint16 updatePort_;
     QString appVersion_;
 
-    QTcpSocket qbk;
+    StreamClient qbk;
     QFile serverFile_;
     bool GetServerFile = false;
     std::int32_t BytesReceived = 0;

@@ -1,0 +1,56 @@
+// A TCP client connection driven by the event loop: the host name is looked up and the
+// connection made without blocking, arrivals are handed on as they come, and the peer's
+// orderly close is told apart from a failure (a refused connection, a reset).
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QObject>
+#include <QString>
+#include <cstdint>
+
+class QHostInfo;
+class QSocketNotifier;
+
+namespace cvl {
+
+class StreamClient final : public QObject {
+    Q_OBJECT
+public:
+    explicit StreamClient(QObject* parent = nullptr);
+    ~StreamClient() override;
+    StreamClient(const StreamClient&) = delete;
+    StreamClient& operator=(const StreamClient&) = delete;
+
+    // Drops whatever the connection was doing and connects anew.
+    void connectToHost(const QString& host, quint16 port);
+    // Sends the bytes, or as many as fit now (requests here are small); false on failure.
+    bool write(QByteArrayView bytes);
+    // Closes the connection, or stops a lookup or connection in progress. Nothing more is told.
+    void close();
+    [[nodiscard]] bool isOpen() const { return descriptor_ >= 0 || lookupId_ >= 0; }
+
+signals:
+    void connected();
+    // Everything that had arrived when the loop looked, in one piece.
+    void received(const QByteArray& chunk);
+    void closedByPeer();
+    // The lookup or the connection failed, or the connection broke (errno's number, or 0
+    // when the host name has no address).
+    void failed(int error);
+
+private:
+    void lookedUp(const QHostInfo& info);
+    void connectionReady();
+    void readable();
+    void fail(int error);
+
+    int descriptor_ = -1;
+    int lookupId_ = -1;
+    quint16 port_ = 0;
+    std::uint64_t generation_ = 0; // counts closes, so a handler's close is noticed
+    QSocketNotifier* readNotifier_ = nullptr;
+    QSocketNotifier* writeNotifier_ = nullptr;
+};
+
+} // namespace cvl
