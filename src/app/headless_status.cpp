@@ -15,6 +15,11 @@ HeadlessStatus::HeadlessStatus(CVL_Server& server, std::function<void(const QStr
         // The 64-character field can cut the synchronisation result short; a line has room
         // for all of it.
         const QString line = tipLine(tip);
+        // While no query can leave, a server is tried every second: the line about that
+        // stands for all of them.
+        if (server.queriesFailing() && line.startsWith(QLatin1String("Checking Time Server"))) {
+            return;
+        }
         const QString& result = server.timeQuery().SyncMessage();
         show(lastTip_, !line.isEmpty() && result.startsWith(line) ? result : line);
     });

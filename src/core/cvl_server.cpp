@@ -59,9 +59,18 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     connect(timeQuery_, &TimeQuery::sendFailed, this, [this] {
         GrabRandom();
         schedule_.retryOnNextTick();
+        queriesFailing_ = true;
+        unansweredTimer_->stop();
+        // No server name in it: with one tried every second, the line would never settle.
+        setUnansweredText(
+            QStringLiteral("The reference server could not be asked (no such host, or no route "
+                           "to it); %1; another server is tried every second")
+                .arg(clientsWhileUnanswered()));
     });
+    connect(timeQuery_, &TimeQuery::sent, this, [this] { queriesFailing_ = false; });
     connect(timeQuery_, &TimeQuery::synchronised, this, [this] {
         unansweredTimer_->stop();
+        queriesFailing_ = false;
         setUnansweredText(QString());
         setTimeSynced();
         setTipText(QLatin1Char(' ') + timeQuery_->SyncMessage() + QLatin1Char(' '));
@@ -373,14 +382,16 @@ void CVL_Server::queryUnanswered() {
     if (!timeQuery_->AwaitingReply()) {
         return;
     }
-    const QString served = TimeSynced()
-                               ? QStringLiteral("clients are still served from the last answer")
-                               : QStringLiteral("clients are refused until the first answer");
     setUnansweredText(QStringLiteral("No answer from %1 after %2 s; %3; next try in %4 s")
                           .arg(askedServer_)
                           .arg(kUnansweredAfterMs / 1000)
-                          .arg(served)
+                          .arg(clientsWhileUnanswered())
                           .arg(secondsToNextSync()));
+}
+
+QString CVL_Server::clientsWhileUnanswered() const {
+    return TimeSynced() ? QStringLiteral("clients are still served from the last answer")
+                        : QStringLiteral("clients are refused until the first answer");
 }
 
 void CVL_Server::setUnansweredText(const QString& text) {

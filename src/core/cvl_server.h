@@ -147,6 +147,9 @@ public:
     // The line that says the last query has gone unanswered; empty while none has.
     [[nodiscard]] const QString& unansweredText() const { return unansweredText_; }
     [[nodiscard]] bool strictSync() const { return strictSync_; }
+    // The last query could not even leave (no such host, no route): another server is
+    // tried at every tick until one can be asked.
+    [[nodiscard]] bool queriesFailing() const { return queriesFailing_; }
     // The tray tip: a fixed 64-character field ending in a NUL.
     [[nodiscard]] const QString& TipText() const { return tipText_; }
     [[nodiscard]] int lastNtpMilliseconds() const { return lastNtpMs_; }
@@ -214,6 +217,7 @@ private:
     void setTipText(const QString& text);
     void setUnansweredText(const QString& text);
     void queryUnanswered();
+    [[nodiscard]] QString clientsWhileUnanswered() const;
     [[nodiscard]] QString serverFilePath() const;
 
     Platform platform_;
@@ -257,6 +261,7 @@ private:
     bool runChanged_ = false; // switched off by the operator in this run
     bool strictSync_ = false;
     bool syncRequested_ = false;
+    bool queriesFailing_ = false;
     bool settingsRead_ = false;
     bool firstSyncAsked_ = false;
     bool started_ = false;

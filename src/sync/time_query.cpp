@@ -77,6 +77,8 @@ void TimeQuery::transmit(const QHostAddress& address) {
     }
     if (!socket_->send(QByteArrayView(request.data(), qsizetype(request.size())), address, port_)) {
         emit sendFailed();
+    } else {
+        emit sent();
     }
 }
 

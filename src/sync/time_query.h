@@ -49,6 +49,7 @@ public:
 
 signals:
     void sendFailed();
+    void sent();
     void synchronised();
 
 private:

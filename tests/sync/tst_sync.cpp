@@ -12,6 +12,7 @@
 #include "sync/time_query.h"
 
 #include <QBuffer>
+#include <QSignalSpy>
 #include <QtEndian>
 
 using namespace cvl;
@@ -287,6 +288,12 @@ private slots:
         QCOMPARE(server().schedule().SyncCounter, server().schedule().SyncSeconds);
         server().syncTick();
         QCOMPARE(server().schedule().SyncCounter, server().schedule().SyncSeconds);
+        // The operator is told once, in words that stay the same from one try to the next.
+        QVERIFY(server().queriesFailing());
+        QSignalSpy told(&server(), &CVL_Server::unansweredChanged);
+        server().syncTick();
+        QCOMPARE(told.count(), 0);
+        QVERIFY(server().unansweredText().startsWith("The reference server could not be asked"));
     }
 };
 
