@@ -1,9 +1,10 @@
-// The root of the service tree: whether the server is synchronised, the result of its last
-// synchronisation, and every service at a glance.
+// The root of the service tree: whether clients are served, what the last synchronisation
+// asked or found, and every service at a glance.
 #pragma once
 
 #include <QWidget>
 
+class QFormLayout;
 class QLabel;
 class QTableWidget;
 
@@ -19,7 +20,11 @@ public:
 
 private:
     CVL_Server& server_;
+    QFormLayout* form_;
     QLabel* synced_;
+    QLabel* asked_;
+    QLabel* nextTry_;
+    QLabel* unanswered_;
     QLabel* message_;
     QLabel* reference_;
     QTableWidget* services_;

@@ -123,6 +123,24 @@ QIcon applicationIcon() {
     return icon;
 }
 
+QIcon trayIcon(bool synced) {
+    if (synced) {
+        return applicationIcon();
+    }
+    static const QIcon waiting = paintedIcon(
+        [](QPainter& painter, const QRectF& area) {
+            paintClock(painter, area, QColor(0xF4, 0xF7, 0xFB), QColor(0x1F, 0x5F, 0xAD));
+            // A red dot ringed in white, large enough to read at 16 pixels on any panel.
+            const qreal side = area.width() * 0.5;
+            const QRectF dot(area.right() - side, area.bottom() - side, side, side);
+            painter.setPen(QPen(Qt::white, qMax(1.0, area.width() * 0.06)));
+            painter.setBrush(QColor(0xD0, 0x21, 0x21));
+            painter.drawEllipse(dot.adjusted(0.5, 0.5, -0.5, -0.5));
+        },
+        {16, 22, 24, 32, 48, 64, 128, 256});
+    return waiting;
+}
+
 QIcon activityIcon(bool busy) {
     static const QIcon idle = paintedIcon(
         [](QPainter& painter, const QRectF& area) {

@@ -18,6 +18,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPainter>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QStatusBar>
@@ -55,6 +56,59 @@ ServiceId serviceForDisplay(int displayNumber) {
     }
     return ServiceId::Time;
 }
+
+// The status line: always two lines high, so that the two-line port-conflict message neither
+// pushes the window's content up when it comes nor lets it fall back when it goes. Lines too
+// long for the room are elided; the tool tip holds the whole text.
+class StatusLine final : public QLabel {
+public:
+    explicit StatusLine(QWidget* parent)
+        : QLabel(parent) {
+        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+        fitHeight();
+    }
+
+    void showStatus(const QString& text) {
+        QString lines = text;
+        lines.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(QChar(13), QChar(10));
+        setText(lines);
+        setToolTip(lines);
+    }
+
+protected:
+    void changeEvent(QEvent* event) override {
+        QLabel::changeEvent(event);
+        if (event->type() == QEvent::FontChange) {
+            fitHeight();
+        }
+    }
+
+    void paintEvent(QPaintEvent*) override {
+        QStringList lines = text().split(QChar(10));
+        if (lines.size() > 2) {
+            lines[1] = lines.mid(1).join(QLatin1Char(' '));
+            lines.resize(2);
+        }
+        const QRect area = contentsRect();
+        const QFontMetrics metrics = fontMetrics();
+        const int height = static_cast<int>(lines.size()) * metrics.lineSpacing();
+        int y = area.top() + (area.height() - height) / 2;
+        QPainter painter(this);
+        painter.setPen(palette().color(foregroundRole()));
+        for (const QString& line : lines) {
+            painter.drawText(QRect(area.left(), y, area.width(), metrics.lineSpacing()),
+                             Qt::AlignLeft | Qt::AlignVCenter,
+                             metrics.elidedText(line, Qt::ElideRight, area.width()));
+            y += metrics.lineSpacing();
+        }
+    }
+
+private:
+    void fitHeight() {
+        const QMargins m = contentsMargins();
+        setFixedHeight(2 * fontMetrics().lineSpacing() + m.top() + m.bottom() + 2);
+    }
+};
 
 } // namespace
 
@@ -118,24 +172,26 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
     connect(refreshTimer_, &QTimer::timeout, this, &ServerWindow::poll);
     refreshTimer_->start();
     connect(&server_.listeners(), &ServiceListeners::serviceChanged, this, &ServerWindow::refresh);
-    connect(&server_, &CVL_Server::statusTextChanged, this, [this](const QString& text) {
-        QString shown = text;
-        status_->setText(shown.replace(QChar(13), QChar(10)));
-    });
+    connect(&server_, &CVL_Server::statusTextChanged, this,
+            [this](const QString& text) { static_cast<StatusLine*>(status_)->showStatus(text); });
     connect(&server_, &CVL_Server::timeZoneChanged, this,
             [this](const QString& zone) { zone_->setText(QStringLiteral(" Time Zone: ") + zone); });
     connect(&server_, &CVL_Server::serversChanged, this, &ServerWindow::refreshServers);
     connect(&server_, &CVL_Server::selectedServerChanged, servers_, &QComboBox::setCurrentIndex);
     connect(&server_, &CVL_Server::syncMessageChanged, this, [this] {
         servers_->setToolTip(server_.timeQuery().serverToolTip());
-        refresh();
+        refresh(); // the tray's icon with it, even while the window is hidden
     });
+    // Who was asked, and whether the answer is overdue, show at once on the overview.
+    connect(&server_, &CVL_Server::unansweredChanged, this, &ServerWindow::refresh);
     connect(&server_, &CVL_Server::checkingChanged, this, [this](bool checking) {
         // A hidden window shows no activity.
         activity_->setPixmap(activityIcon(checking && isVisible()).pixmap(24, 24));
+        refresh();
     });
     connect(&server_, &CVL_Server::windowCaptionChanged, this, &QWidget::setWindowTitle);
     connect(&server_, &CVL_Server::tipTextChanged, this, [this](const QString& tip) {
+        refreshTrayIcon();
         if (tray_ != nullptr) {
             tray_->setToolTip(tip);
         }
@@ -266,10 +322,10 @@ QWidget* ServerWindow::buildAdvancedPage() {
 }
 
 void ServerWindow::buildStatusBar() {
-    status_ = new QLabel(statusBar());
-    status_->setObjectName(QStringLiteral("Status"));
-    status_->setText(server_.statusText());
-    status_->setWordWrap(true);
+    auto* status = new StatusLine(statusBar());
+    status->setObjectName(QStringLiteral("Status"));
+    status->showStatus(server_.statusText());
+    status_ = status;
     lamps_ = new TrafficLamps(statusBar());
     clock_ = new QLabel(statusBar());
     clock_->setObjectName(QStringLiteral("Clock"));
@@ -282,10 +338,12 @@ void ServerWindow::buildStatusBar() {
 }
 
 void ServerWindow::buildTray() {
+    trayIconSynced_ = server_.TimeSynced();
+    trayIcon_ = trayIcon(trayIconSynced_);
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
         return; // without a tray the window simply minimises
     }
-    tray_ = new QSystemTrayIcon(applicationIcon(), this);
+    tray_ = new QSystemTrayIcon(trayIcon_, this);
     auto* menu = new QMenu(this);
     menu->addAction(tr("Show Chronvale Server"), this, [this] {
         showNormal();
@@ -299,6 +357,18 @@ void ServerWindow::buildTray() {
     tray_->setToolTip(visibleTip(server_.TipText()));
     connect(tray_, &QSystemTrayIcon::activated, this, &ServerWindow::toggleFromTray);
     tray_->show();
+}
+
+void ServerWindow::refreshTrayIcon() {
+    const bool synced = server_.TimeSynced();
+    if (synced == trayIconSynced_) {
+        return; // some trays flicker on every new icon
+    }
+    trayIconSynced_ = synced;
+    trayIcon_ = trayIcon(synced);
+    if (tray_ != nullptr) {
+        tray_->setIcon(trayIcon_);
+    }
 }
 
 void ServerWindow::toggleFromTray(QSystemTrayIcon::ActivationReason reason) {
@@ -353,6 +423,7 @@ void ServerWindow::poll() {
 }
 
 void ServerWindow::refresh() {
+    refreshTrayIcon();
     if (pages_->currentWidget() == overview_) {
         overview_->refresh();
     }

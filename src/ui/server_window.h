@@ -4,6 +4,7 @@
 // minimising hides it there when the desktop has a tray.
 #pragma once
 
+#include <QIcon>
 #include <QMainWindow>
 #include <QPointer>
 #include <QSystemTrayIcon>
@@ -40,6 +41,8 @@ public:
     void CVLSelected(int displayNumber);
     [[nodiscard]] int selectedNode() const;
     [[nodiscard]] bool hasTray() const { return tray_ != nullptr; }
+    // The tray's icon as it stands (kept where the desktop has no tray as well).
+    [[nodiscard]] QIcon trayIconShown() const { return trayIcon_; }
 
 signals:
     // The advanced configuration dialog is wanted.
@@ -59,6 +62,7 @@ private:
     void refresh();
     void refreshServers();
     void refreshSyncControls();
+    void refreshTrayIcon();
     void showRemoteHost(int box);
     void tick();
     void toggleFromTray(QSystemTrayIcon::ActivationReason reason);
@@ -81,6 +85,8 @@ private:
     QTimer* displayTimer_;
     QTimer* refreshTimer_;
     QSystemTrayIcon* tray_ = nullptr;
+    QIcon trayIcon_;
+    bool trayIconSynced_ = false;
     std::array<quint64, 4> seenLampCounts_{};
 };
 

@@ -47,6 +47,10 @@ QString serviceDescription(ServiceId id) {
     return {};
 }
 
+QString waitingForSyncText() {
+    return QObject::tr("waiting for the first synchronisation");
+}
+
 ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
     : QWidget(parent)
     , server_(server)
@@ -66,6 +70,8 @@ ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
     tcp_->setObjectName(QLatin1String(row.tcpBox));
     udp_->setObjectName(QLatin1String(row.udpBox));
     port_->setObjectName(QLatin1String(row.portBox));
+    tcpState_->setObjectName(QStringLiteral("TcpState"));
+    udpState_->setObjectName(QStringLiteral("UdpState"));
     port_->setMaximumWidth(port_->fontMetrics().horizontalAdvance(QStringLiteral("0000000000")));
 
     auto* title = new QLabel(QStringLiteral("<b>%1</b>").arg(QLatin1String(row.title)), this);
@@ -89,6 +95,11 @@ ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
     stateForm->addRow(tr("TCP requests:"), tcpCount_);
     stateForm->addRow(tr("UDP requests:"), udpCount_);
     stateForm->addRow(tr("Last client shown:"), lastClient_);
+    if (id == ServiceId::Ntp) {
+        ntpMs_ = new QLabel(this);
+        ntpMs_->setObjectName(QStringLiteral("NTPms"));
+        stateForm->addRow(tr("Last reply:"), ntpMs_);
+    }
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(title);
@@ -125,9 +136,14 @@ void ServicePage::refresh() {
     port_->setToolTip(controls.portToolTip);
 
     const StreamListener& listener = listeners.tcpArray(id_).listener();
-    tcpState_->setText(listener.isListening()
-                           ? tr("listening on port %1").arg(listener.serverPort())
-                           : tr("closed"));
+    if (!listener.isListening()) {
+        tcpState_->setText(tr("closed"));
+    } else if (!server_.TimeSynced()) {
+        // Clients wait in the backlog until the clock has been set: not "listening" to them.
+        tcpState_->setText(tr("port %1: %2").arg(listener.serverPort()).arg(waitingForSyncText()));
+    } else {
+        tcpState_->setText(tr("listening on port %1").arg(listener.serverPort()));
+    }
     udpState_->setText(listeners.udpBound(id_)
                            ? tr("bound to port %1").arg(listeners.udpSocket(id_).localPort())
                            : tr("closed"));
@@ -139,6 +155,9 @@ void ServicePage::refresh() {
     lastClient_->setText(client.address.isEmpty()
                              ? tr("none yet")
                              : tr("%1, at %2").arg(client.address, generalDateText(client.when)));
+    if (ntpMs_ != nullptr) {
+        ntpMs_->setText(QStringLiteral("NTPms ") + QString::number(server_.lastNtpMilliseconds()));
+    }
 }
 
 } // namespace cvl

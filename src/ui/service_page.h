@@ -35,10 +35,13 @@ private:
     QLabel* tcpCount_;
     QLabel* udpCount_;
     QLabel* lastClient_;
+    QLabel* ntpMs_ = nullptr; // the NTP service's page only
 };
 
 // What each service is, in a sentence, for its page.
 [[nodiscard]] QString serviceDescription(ServiceId id);
 [[nodiscard]] QString serviceName(ServiceId id);
+// What a TCP listener says while it holds its clients back for the first synchronisation.
+[[nodiscard]] QString waitingForSyncText();
 
 } // namespace cvl

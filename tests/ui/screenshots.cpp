@@ -1,6 +1,10 @@
 // Saves pictures of the main window on each tree node and of the configuration dialog, for
 // review by eye: screenshots OUT_DIR [dark]. Run by scripts/screenshots.sh under Xvfb.
+// The overview is taken twice: waiting for a first answer that is overdue (window-1-
+// unsynchronised.png, with the Daytime port conflict in the status line), then synchronised
+// (window-1.png). The reference servers are on loopback: nothing leaves this machine.
 #include "loopback.h"
+#include "reference_responder.h"
 #include "server_rig.h"
 #include "ui/config_dialog.h"
 #include "ui/desktop_front_end.h"
@@ -9,6 +13,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QStyleFactory>
+#include <QTcpServer>
 #include <QTest>
 
 using namespace cvl;
@@ -33,25 +38,46 @@ int main(int argc, char* argv[]) {
     }
     QDir().mkpath(out);
 
+    test::ReferenceResponder reference;
+    reference.holding = true;
+    // 2004-01-01 00:00:00.0012 UTC, just after the fake clock's time: a plausible offset.
+    reference.fixed = {{3281904000u, 5153960u}};
+    // Daytime's port is taken, so that the two-line conflict shows in the status line.
+    QTcpServer blocker;
+    const quint16 daytimePort = test::freePort();
+    blocker.listen(QHostAddress::Any, daytimePort);
+
     test::ServerRig rig;
-    rig.writeServerFile({"time.nist.gov:::NIST Gaithersburg, USA NA:::0:::",
-                         "time.nrc.ca:::NRC Ottawa, Canada NA:::1:::",
-                         "ptbtime1.ptb.de:::PTB Braunschweig, Germany EU:::8:::"});
+    rig.options.referencePort = reference.port();
+    rig.writeServerFile(
+        {"127.0.0.1:::NIST Gaithersburg, USA NA:::0:::", "127.0.0.1:::NRC Ottawa, Canada NA:::1:::",
+         "127.0.0.1:::PTB Braunschweig, Germany EU:::8:::"});
     for (const ServiceRow& row : serviceTable()) {
         rig.store.putHome(QLatin1String(row.registryValue),
                           QStringLiteral("YES:YES:YES:%1").arg(test::freePort()));
     }
-    rig.store.putHome("DTS13", "NO:YES:YES:13");
+    rig.store.putHome("DTS13", QStringLiteral("YES:YES:NO:%1").arg(daytimePort));
     rig.store.putHome("Settings", "YES:59:Minutes/s:NA:36");
     CVL_Server& server = rig.server();
     DesktopFrontEnd front;
     front.build(server);
     server.start([&] { front.startUp(false); });
-    server.setTimeSynced();
     server.showClient(0, QStringLiteral("192.0.2.44"));
     server.showClient(2, QStringLiteral("198.51.100.7"));
 
     ServerWindow& window = front.window();
+    window.CVLSelected(1);
+    (void)QTest::qWaitFor([&] { return !server.unansweredText().isEmpty(); },
+                          CVL_Server::kUnansweredAfterMs + 2000);
+    QTest::qWait(250);
+    window.grab().save(out + QStringLiteral("/window-1-unsynchronised.png"));
+    window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray-unsynchronised.png"));
+
+    blocker.close();
+    server.listeners().portKeyPressed(ServiceId::Daytime, QChar(13));
+    reference.release();
+    (void)QTest::qWaitFor([&] { return server.TimeSynced(); }, 3000);
+    window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray.png"));
     for (int node = 1; node <= 8; ++node) {
         window.CVLSelected(node);
         QTest::qWait(250);
@@ -60,5 +86,12 @@ int main(int argc, char* argv[]) {
     CVL_ConfigSVR& dialog = front.configDialog();
     QTest::qWait(250);
     dialog.grab().save(out + QStringLiteral("/config-dialog.png"));
+    // The painted buttons show keyboard focus in their own shading.
+    if (auto* ok = dialog.findChild<QWidget*>(QStringLiteral("cfgsvrOK"))) {
+        dialog.activateWindow();
+        ok->setFocus(Qt::TabFocusReason);
+        QTest::qWait(250);
+        dialog.grab().save(out + QStringLiteral("/config-dialog-focus.png"));
+    }
     return 0;
 }

@@ -1,9 +1,13 @@
 // The desktop views on the offscreen platform. The painted button: clicks and what is not a
 // click, hovering, the link a click opens, saved properties, and the frames some looks must not
 // draw. The windows: the tree and controls that start-up builds, clicks in the window reaching
-// the controller, and the configuration dialog's rules.
+// the controller, what the pages and the tray say before and after the first synchronisation,
+// a status line that keeps its place, and the configuration dialog's rules.
+#include "log/request_log.h"
 #include "loopback.h"
+#include "reference_responder.h"
 #include "server_rig.h"
+#include "sync/time_query.h"
 #include "ui/config_dialog.h"
 #include "ui/desktop_front_end.h"
 #include "ui/qbk_buttons.h"
@@ -11,8 +15,12 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
+#include <QStatusBar>
+#include <QTableWidget>
+#include <QTcpServer>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -60,6 +68,10 @@ QImage render(const QBKButtonLook& look) {
     return image;
 }
 
+QImage iconImage(const QIcon& icon) {
+    return icon.pixmap(32, 32).toImage();
+}
+
 QPixmap filled(QColor color, QSize size = {8, 8}) {
     QPixmap pixmap(size);
     pixmap.fill(color);
@@ -71,13 +83,21 @@ QPixmap filled(QColor color, QSize size = {8, 8}) {
 class TestUi : public QObject {
     Q_OBJECT
 
+    // The reference server on loopback holds its answers until a test releases them.
+    std::unique_ptr<test::ReferenceResponder> reference;
     std::unique_ptr<test::ServerRig> rig;
     std::unique_ptr<DesktopFrontEnd> front;
 
-    void startWith(const QString& region, bool hidden = false) {
+    void startWith(const QString& region, bool hidden = false, const QString& daytime = QString()) {
+        reference = std::make_unique<test::ReferenceResponder>();
+        reference->holding = true;
         rig = std::make_unique<test::ServerRig>();
+        rig->options.referencePort = reference->port();
         rig->writeServerFile();
         rig->store.putHome("NTP37", QString("YES:YES:YES:%1").arg(test::freePort()));
+        rig->store.putHome("SNTP123", QString("YES:NO:YES:%1").arg(test::freePort()));
+        if (!daytime.isEmpty())
+            rig->store.putHome("DTS13", daytime);
         rig->store.putHome("Settings", "NO:59:Minutes/s:" + region + ":36");
         rig->store.putHome("EnableLogging", "NO");
         front = std::make_unique<DesktopFrontEnd>();
@@ -92,6 +112,7 @@ private slots:
     void cleanup() {
         front.reset();
         rig.reset();
+        reference.reset();
     }
 
     void startUpBuildsTreeAndControls() {
@@ -142,6 +163,85 @@ private slots:
         every->setText(QStringLiteral("15xy"));
         QCOMPARE(every->text(), QStringLiteral("15"));
         QCOMPARE(rig->server().syncControls().syncN, QStringLiteral("15"));
+    }
+
+    void pagesAndTrayFollowTheFirstSynchronisation() {
+        startWith("NA");
+        CVL_Server& server = rig->server();
+        ServerWindow& window = front->window();
+        auto* overview = find<QWidget>(&window, "page_overview");
+        auto* state = find<QLabel>(overview, "SyncState");
+        auto* summary = find<QTableWidget>(overview, "ServiceSummary");
+        const int timeRow = static_cast<int>(indexOf(ServiceId::Time));
+        const quint16 timePort =
+            server.listeners().tcpArray(ServiceId::Time).listener().serverPort();
+        QTRY_COMPARE(reference->requests, 1);
+        QVERIFY(!server.TimeSynced());
+
+        QCOMPARE(state->text(),
+                 QStringLiteral("Not synchronised: clients are refused until the first answer"));
+        QTRY_VERIFY(find<QLabel>(overview, "AskedServer")->text().startsWith("127.0.0.1, at "));
+        QVERIFY(
+            find<QLabel>(overview, "NextTry")->text().contains(QRegularExpression("^in \\d+ s$")));
+        QVERIFY(!find<QLabel>(overview, "SyncResult")->isVisibleTo(overview));
+        QCOMPARE(summary->item(timeRow, 1)->text(),
+                 QString("TCP %1: waiting for the first synchronisation\nUDP %1").arg(timePort));
+        window.CVLSelected(2);
+        auto* timeState = find<QLabel>(find<QWidget>(&window, "page_NTP37"), "TcpState");
+        QCOMPARE(timeState->text(),
+                 QString("port %1: waiting for the first synchronisation").arg(timePort));
+        const QImage waitingIcon = iconImage(window.trayIconShown());
+
+        reference->release();
+        QTRY_VERIFY(server.TimeSynced());
+        QCOMPARE(timeState->text(), QString("listening on port %1").arg(timePort));
+        QVERIFY(iconImage(window.trayIconShown()) != waitingIcon);
+        QCOMPARE(iconImage(window.trayIconShown()), iconImage(window.windowIcon()));
+
+        window.CVLSelected(1);
+        const TimeQuery& query = server.timeQuery();
+        QVERIFY(state->text().startsWith("Synchronised"));
+        QVERIFY(
+            find<QLabel>(overview, "SyncResult")
+                ->text()
+                .contains(QRegularExpression("^" + QRegularExpression::escape(query.SyncMessage()) +
+                                             " \\([+-]?\\d+\\.\\d ms\\)$")));
+        QCOMPARE(find<QLabel>(overview, "Reference")->text(),
+                 "127.0.0.1 (" + query.RefServerIP() + "), at " +
+                     generalDateText(query.LastSyncTime()));
+        QVERIFY(!find<QLabel>(overview, "AskedServer")->isVisibleTo(overview));
+        QCOMPARE(summary->item(timeRow, 1)->text(), QString("TCP %1, UDP %1").arg(timePort));
+
+        // The NTP page shows the last reply's milliseconds as its timer refreshes it.
+        window.CVLSelected(4);
+        server.noteNtpMilliseconds(437);
+        QTRY_COMPARE(find<QLabel>(find<QWidget>(&window, "page_SNTP123"), "NTPms")->text(),
+                     QStringLiteral("NTPms 437"));
+    }
+
+    void statusLineKeepsItsPlace() {
+        // Daytime's TCP port is taken: the two-line conflict text comes, and goes once Enter
+        // opens the service after the port is free again.
+        QTcpServer blocker;
+        const quint16 port = test::freePort();
+        QVERIFY(blocker.listen(QHostAddress::Any, port));
+        startWith("NA", false, QString("YES:YES:NO:%1").arg(port));
+        ServerWindow& window = front->window();
+        auto* status = find<QLabel>(&window, "Status");
+        QTRY_VERIFY(status->text().contains('\n'));
+        QCOMPARE(status->toolTip(), status->text());
+        QTest::qWait(50); // the layouts settle on posted events
+        const int height = status->height();
+        const QRect content = window.centralWidget()->geometry();
+
+        blocker.close();
+        rig->server().listeners().portKeyPressed(ServiceId::Daytime, QChar(13));
+        QCOMPARE(status->text(), QString());
+        QCOMPARE(status->toolTip(), QString());
+        QTest::qWait(50); // the layouts settle on posted events
+        QCOMPARE(status->height(), height);
+        QCOMPARE(window.centralWidget()->geometry(), content);
+        QVERIFY(height >= 2 * status->fontMetrics().lineSpacing());
     }
 
     void configDialogLoadsWithoutChangingAnything_data() {
@@ -313,6 +413,16 @@ private slots:
         const QImage xp = render(look);
         look.showFocusRect = false;
         QCOMPARE(render(look), xp);
+
+        // Without that rectangle, style 3 marks focus in its own shading, in every state.
+        for (const auto state :
+             {QBKButtonLook::Normal, QBKButtonLook::Hover, QBKButtonLook::Pressed}) {
+            look.state = state;
+            look.focused = true;
+            const QImage focused = render(look);
+            look.focused = false;
+            QVERIFY(render(look) != focused);
+        }
     }
 };
 
