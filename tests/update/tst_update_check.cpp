@@ -45,6 +45,17 @@ struct Rig final : UpdateHost {
     void serverFileDownloaded() override { ++downloads; }
     [[nodiscard]] QString serverFile() const { return folder.filePath("QBK_CVLS4.CVL"); }
 
+    // Starts a check whose last response is `chunks`: the version file's, or with
+    // `serverFile` the download's that follows a version file when no server file is there.
+    void checkWithBrokenResponse(bool serverFile, const QByteArrayList& chunks, bool reset = false) {
+        if (serverFile)
+            stub.serve({response(kSame)}); // no file: fetched at once
+        else
+            writeFile(this->serverFile(), QByteArray(10, 's'));
+        stub.serve(chunks, reset);
+        check.QBKUpdate();
+    }
+
     // What was asked and said (P and F the program and server-file questions), then the state.
     [[nodiscard]] QString outcome() const {
         const QHash<QString, QString> names{
@@ -144,12 +155,7 @@ private slots:
 
         for (const bool serverFile : {false, true}) {
             Rig r;
-            if (serverFile)
-                r.stub.serve({response(kSame)}); // no file: fetched at once
-            else
-                writeFile(r.serverFile(), QByteArray(10, 's'));
-            r.stub.serve({response(kSame, "500")}, true);
-            r.check.QBKUpdate();
+            r.checkWithBrokenResponse(serverFile, {response(kSame, "500")}, true);
             QTRY_COMPARE(r.outcome(), serverFile ? "notice wanted enabled" : "enabled");
         }
     }
@@ -166,12 +172,7 @@ private slots:
         QFETCH(QByteArrayList, chunks);
         for (const bool serverFile : {false, true}) {
             Rig r;
-            if (serverFile)
-                r.stub.serve({response(kSame)}); // no file: fetched at once
-            else
-                writeFile(r.serverFile(), QByteArray(10, 's'));
-            r.stub.serve(chunks);
-            r.check.QBKUpdate();
+            r.checkWithBrokenResponse(serverFile, chunks);
             QTRY_COMPARE(r.stub.finished, serverFile ? 2 : 1);
             QTest::qWait(test::HttpStub::kChunkPauseMs);
             QCOMPARE(r.outcome(), serverFile ? "notice wanted" : "");
