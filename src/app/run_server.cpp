@@ -3,11 +3,11 @@
 #include "app/program_folder.h"
 #include "core/cvl_server.h"
 #include "platform/linux/ini_settings_store.h"
+#include "platform/linux/process_signals.h"
 #include "platform/linux/system_clock.h"
 #include "platform/linux/system_host_info.h"
 #include "platform/linux/system_launcher.h"
 #include "platform/linux/system_time_zone.h"
-#include "platform/linux/process_signals.h"
 #include "platform/linux/xdg_autostart.h"
 #include "platform/single_instance.h"
 

@@ -70,7 +70,6 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     connect(timeQuery_, &TimeQuery::sent, this, [this] { queriesFailing_ = false; });
     connect(timeQuery_, &TimeQuery::synchronised, this, [this] {
         unansweredTimer_->stop();
-        queriesFailing_ = false;
         setUnansweredText(QString());
         setTimeSynced();
         setTipText(QLatin1Char(' ') + timeQuery_->SyncMessage() + QLatin1Char(' '));

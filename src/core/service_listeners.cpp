@@ -4,8 +4,8 @@
 #include "core/settings_values.h"
 #include "platform/peer_address.h"
 
-#include <utility>
 #include <unistd.h>
+#include <utility>
 
 namespace cvl {
 

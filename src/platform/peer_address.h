@@ -14,8 +14,12 @@ struct PeerAddress {
     [[nodiscard]] QHostAddress hostAddress() const;
     [[nodiscard]] QString text() const;
     [[nodiscard]] quint16 port() const;
+    // The addresses alone: the ports play no part.
     [[nodiscard]] bool operator==(const PeerAddress& other) const;
 };
+
+// Where to send to or connect to: IPv4 in the mapped form, as every peer is kept.
+[[nodiscard]] PeerAddress peerAddress(const QHostAddress& address, quint16 port);
 
 // A dotted quad, formatted by hand: this runs for every request, and both
 // QHostAddress::toString() and inet_ntop() go through printf-style formatting.

@@ -1,6 +1,6 @@
 // A TCP client connection driven by the event loop: the host name is looked up and the
-// connection made without blocking, arrivals are handed on as they come, and the peer's
-// orderly close is told apart from a failure (a refused connection, a reset).
+// connection made without blocking, arrivals are handed on as they come, and a failure (a
+// refused connection, a reset) is told apart from the peer's orderly close.
 #pragma once
 
 #include <QByteArray>
@@ -28,22 +28,20 @@ public:
     bool write(QByteArrayView bytes);
     // Closes the connection, or stops a lookup or connection in progress. Nothing more is told.
     void close();
-    [[nodiscard]] bool isOpen() const { return descriptor_ >= 0 || lookupId_ >= 0; }
 
 signals:
     void connected();
     // Everything that had arrived when the loop looked, in one piece.
     void received(const QByteArray& chunk);
-    void closedByPeer();
-    // The lookup or the connection failed, or the connection broke (errno's number, or 0
-    // when the host name has no address).
-    void failed(int error);
+    // The lookup or the connection failed, or the connection broke. The peer's orderly close
+    // is not told: the connection just ends.
+    void failed();
 
 private:
     void lookedUp(const QHostInfo& info);
     void connectionReady();
     void readable();
-    void fail(int error);
+    void fail();
 
     int descriptor_ = -1;
     int lookupId_ = -1;

@@ -67,7 +67,7 @@ void TimeQuery::transmit(const QHostAddress& address) {
     std::copy(requestStamp_.begin(), requestStamp_.end(), request.begin() + 40);
 
     awaitingReply_ = true;
-    sentTo_ = address;
+    sentTo_ = peerAddress(address, port_);
     sendStamp_ = timeBase_.GrabTime().value_or(NtpTimestamp{});
     sendTicks_ = static_cast<std::int32_t>(clock_.tickCountMs());
     // With the NTP service's UDP socket closed, the query goes out from a socket bound just
@@ -94,8 +94,7 @@ bool TimeQuery::isAnswer(QByteArrayView datagram, const PeerAddress& from, bool 
     if (!strict) {
         return true;
     }
-    if (datagram.size() < 48 || from.port() != port_ ||
-        from.hostAddress() != sentTo_) {
+    if (datagram.size() < 48 || !(from == sentTo_) || from.port() != sentTo_.port()) {
         return false;
     }
     const int mode = bytes[0] & 7;

@@ -62,7 +62,7 @@ private:
     // The query in flight.
     QPointer<DatagramSocket> socket_;
     quint16 port_ = 123;
-    QHostAddress sentTo_;
+    PeerAddress sentTo_;
     int lookupId_ = -1;
     bool awaitingReply_ = false;
     NtpTimestamp requestStamp_{}; // never filled: requests go out with a zero transmit stamp

@@ -124,7 +124,7 @@ void UpdateCheck::received(const QByteArray& chunk) {
 }
 
 void UpdateCheck::failed() {
-    qbk.close();
+    // The connection is closed already.
     if (!host_.checkUpdateEnabled()) {
         host_.setCheckUpdateEnabled(true);
     }

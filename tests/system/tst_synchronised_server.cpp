@@ -69,9 +69,10 @@ private slots:
         server.configure(ports);
         reference.holding = true;
         // A first word that only looks like the hidden start is reported and passed over.
-        server.process.start(server.process.program(),
-                             QStringList{"-RS"} + server.safeArguments() +
-                                 QStringList{"--reference-port", QString::number(reference.port())});
+        server.process.start(
+            server.process.program(),
+            QStringList{"-RS"} + server.safeArguments() +
+                QStringList{"--reference-port", QString::number(reference.port())});
         QVERIFY(server.process.waitForStarted(5000));
         QTRY_COMPARE_WITH_TIMEOUT(reference.requests, 1, 5000);
     }
@@ -79,11 +80,12 @@ private slots:
     // Headless, standard error says what the window would show, each line once: the query
     // leaving, and five seconds later that nobody answered and what that means for clients.
     void statusLinesWhileTheReferenceIsSilent() {
-        QTRY_VERIFY_WITH_TIMEOUT(server.errors.contains("No answer from 127.0.0.1 after 5 s"), 8000);
+        QTRY_VERIFY_WITH_TIMEOUT(server.errors.contains("No answer from 127.0.0.1 after 5 s"),
+                                 8000);
         QVERIFY(server.errors.contains("ignoring what is not an option: -RS\n"));
         QVERIFY(server.errors.contains("\nChecking Time Server: Loopback NA\n"));
-        QVERIFY(server.errors.contains(
-            "; clients are refused until the first answer; next try in 35"));
+        QVERIFY(
+            server.errors.contains("; clients are refused until the first answer; next try in 35"));
         QTest::qWait(1500);
         QCOMPARE(server.errors.count("Checking Time Server"), 1);
         QCOMPARE(server.errors.count("No answer from"), 1);

@@ -47,7 +47,8 @@ struct Rig final : UpdateHost {
 
     // Starts a check whose last response is `chunks`: the version file's, or with
     // `serverFile` the download's that follows a version file when no server file is there.
-    void checkWithBrokenResponse(bool serverFile, const QByteArrayList& chunks, bool reset = false) {
+    void checkWithBrokenResponse(bool serverFile, const QByteArrayList& chunks,
+                                 bool reset = false) {
         if (serverFile)
             stub.serve({response(kSame)}); // no file: fetched at once
         else

@@ -188,19 +188,8 @@ void DatagramSocket::flushReplies() {
 }
 
 bool DatagramSocket::send(QByteArrayView data, const QHostAddress& to, quint16 port) {
-    PeerAddress peer;
-    bool isV4 = false;
-    const quint32 v4 = to.toIPv4Address(&isV4);
-    if (isV4) {
-        // Kept in the mapped form like every other peer; send() picks the IPv4 socket for it.
-        peer.address = mappedIPv4(in_addr{htonl(v4)}, htons(port));
-    } else {
-        peer.address.sin6_family = AF_INET6;
-        peer.address.sin6_port = htons(port);
-        const Q_IPV6ADDR v6 = to.toIPv6Address();
-        std::memcpy(peer.address.sin6_addr.s6_addr, v6.c, 16);
-    }
-    return send(data, peer);
+    // An IPv4 peer comes in the mapped form; send() picks the IPv4 socket for it.
+    return send(data, peerAddress(to, port));
 }
 
 } // namespace cvl

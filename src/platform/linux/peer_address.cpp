@@ -43,6 +43,21 @@ QString PeerAddress::text() const {
                : QString();
 }
 
+PeerAddress peerAddress(const QHostAddress& address, quint16 port) {
+    PeerAddress peer;
+    bool isV4 = false;
+    const quint32 v4 = address.toIPv4Address(&isV4);
+    if (isV4) {
+        peer.address = mappedIPv4(in_addr{htonl(v4)}, htons(port));
+    } else {
+        peer.address.sin6_family = AF_INET6;
+        peer.address.sin6_port = htons(port);
+        const Q_IPV6ADDR v6 = address.toIPv6Address();
+        std::memcpy(peer.address.sin6_addr.s6_addr, v6.c, 16);
+    }
+    return peer;
+}
+
 quint16 PeerAddress::port() const {
     return ntohs(address.sin6_port);
 }

@@ -1,4 +1,6 @@
 #include "platform/stream_client.h"
+#include "platform/linux/mapped_address.h"
+#include "platform/peer_address.h"
 
 #include <QHostAddress>
 #include <QHostInfo>
@@ -32,43 +34,29 @@ void StreamClient::connectToHost(const QString& host, quint16 port) {
 
 void StreamClient::lookedUp(const QHostInfo& info) {
     lookupId_ = -1;
-    for (const QHostAddress& address : info.addresses()) {
-        sockaddr_storage storage{};
-        socklen_t length = 0;
-        int family = AF_INET;
-        if (address.protocol() == QAbstractSocket::IPv4Protocol) {
-            auto& v4 = reinterpret_cast<sockaddr_in&>(storage);
-            v4.sin_family = AF_INET;
-            v4.sin_port = htons(port_);
-            v4.sin_addr.s_addr = htonl(address.toIPv4Address());
-            length = sizeof v4;
-        } else if (address.protocol() == QAbstractSocket::IPv6Protocol) {
-            family = AF_INET6;
-            auto& v6 = reinterpret_cast<sockaddr_in6&>(storage);
-            v6.sin6_family = AF_INET6;
-            v6.sin6_port = htons(port_);
-            const Q_IPV6ADDR bytes = address.toIPv6Address();
-            std::copy(std::begin(bytes.c), std::end(bytes.c), v6.sin6_addr.s6_addr);
-            length = sizeof v6;
-        } else {
-            continue;
-        }
-        descriptor_ = ::socket(family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-        if (descriptor_ < 0) {
-            fail(errno);
-            return;
-        }
-        if (::connect(descriptor_, reinterpret_cast<const sockaddr*>(&storage), length) != 0 &&
-            errno != EINPROGRESS) {
-            fail(errno);
-            return;
-        }
-        writeNotifier_ = new QSocketNotifier(descriptor_, QSocketNotifier::Write, this);
-        connect(writeNotifier_, &QSocketNotifier::activated, this,
-                &StreamClient::connectionReady);
+    if (info.addresses().isEmpty()) {
+        fail();
         return;
     }
-    fail(0);
+    const PeerAddress peer = peerAddress(info.addresses().constFirst(), port_);
+    const bool v4 = isMappedIPv4(peer.address);
+    const sockaddr_in unmapped = unmappedIPv4(peer.address);
+    descriptor_ = ::socket(v4 ? AF_INET : AF_INET6, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (descriptor_ < 0) {
+        fail();
+        return;
+    }
+    const int result =
+        v4 ? ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&unmapped), sizeof unmapped)
+           : ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&peer.address),
+                       sizeof peer.address);
+    // Done at once or under way: either way writability tells the outcome.
+    if (result != 0 && errno != EINPROGRESS) {
+        fail();
+        return;
+    }
+    writeNotifier_ = new QSocketNotifier(descriptor_, QSocketNotifier::Write, this);
+    connect(writeNotifier_, &QSocketNotifier::activated, this, &StreamClient::connectionReady);
 }
 
 void StreamClient::connectionReady() {
@@ -76,11 +64,8 @@ void StreamClient::connectionReady() {
     writeNotifier_ = nullptr;
     int error = 0;
     socklen_t length = sizeof error;
-    if (::getsockopt(descriptor_, SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
-        error = errno;
-    }
-    if (error != 0) {
-        fail(error);
+    if (::getsockopt(descriptor_, SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0) {
+        fail();
         return;
     }
     readNotifier_ = new QSocketNotifier(descriptor_, QSocketNotifier::Read, this);
@@ -100,7 +85,7 @@ void StreamClient::readable() {
     QByteArray chunk;
     char buffer[16384];
     bool ended = false;
-    int error = 0;
+    bool broken = false;
     // Bounded: a peer that keeps sending is read again on the next pass of the loop.
     for (int round = 0; round < 64; ++round) {
         const ssize_t got = ::recv(descriptor_, buffer, sizeof buffer, 0);
@@ -110,8 +95,8 @@ void StreamClient::readable() {
         }
         if (got == 0) {
             ended = true;
-        } else if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR) {
-            error = errno;
+        } else {
+            broken = errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR;
         }
         break;
     }
@@ -123,17 +108,16 @@ void StreamClient::readable() {
     if (generation_ != connection) {
         return;
     }
-    if (error != 0) {
-        fail(error);
+    if (broken) {
+        fail();
     } else if (ended) {
         close();
-        emit closedByPeer();
     }
 }
 
-void StreamClient::fail(int error) {
+void StreamClient::fail() {
     close();
-    emit failed(error);
+    emit failed();
 }
 
 void StreamClient::close() {
