@@ -10,7 +10,11 @@ SystemClock::SystemClock(bool mayStep)
     : mayStep_(mayStep && environmentAllowsClockStep()) {}
 
 LocalDateTime SystemClock::localNow() const {
-    const std::time_t now = std::time(nullptr);
+    // Not time(): it reads the coarse clock, which lags the one localMilliseconds() reads by
+    // up to a kernel tick, so a stamp taken early in a second would come out a second behind.
+    timespec ts{};
+    clock_gettime(CLOCK_REALTIME, &ts);
+    const std::time_t now = ts.tv_sec;
     if (now != brokenDownAt_) {
         std::tm local{};
         localtime_r(&now, &local);
