@@ -126,7 +126,7 @@ void CVL_Server::start(const std::function<void()>& beforeFirstSync) {
     started_ = true;
     // A first reading of the clock, and the zone's name for the display.
     [[maybe_unused]] const auto first = timeBase_.GrabTime();
-    emit timeZoneChanged(timeBase_.svrBIAS());
+    emit timeZoneChanged(QString::fromStdString(timeBase_.svrBIAS()));
 
     runAtStartup_ = platform_.autostart.exists();
     ReadCVLFile();

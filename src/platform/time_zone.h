@@ -1,9 +1,9 @@
 // The local time zone as one record: biases in minutes (UTC = local + bias) and the names of
-// standard and daylight time, with a result code telling which is in effect now.
+// standard and daylight time (UTF-8), with a result code telling which is in effect now.
 #pragma once
 
-#include <QString>
 #include <cstdint>
+#include <string>
 
 namespace cvl {
 
@@ -16,9 +16,9 @@ enum TimeZoneResult : std::uint32_t {
 
 struct TimeZoneInformation {
     std::int32_t Bias = 0; // minutes
-    QString StandardName;
+    std::string StandardName;
     std::int32_t StandardBias = 0; // minutes
-    QString DaylightName;
+    std::string DaylightName;
     std::int32_t DaylightBias = 0; // minutes
 };
 

@@ -22,7 +22,8 @@ QString DaytimeService::replyText() const {
     if (host_.UseJulian()) {
         return GrabMJulian(timeBase.utcSecondsSince1900().value_or(0), timeBase.daylightInEffect());
     }
-    return daytimeText(clock_.localNow(), timeBase.ZoneName(), QLocale::system());
+    return daytimeText(clock_.localNow(), QString::fromStdString(timeBase.ZoneName()),
+                       QLocale::system());
 }
 
 void DaytimeService::answerAtOnce(ImmediateConnection& connection) {

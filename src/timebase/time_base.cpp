@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 namespace cvl {
 
@@ -14,7 +15,7 @@ namespace {
 constexpr double two32 = 4294967296.0;
 constexpr std::array<double, 4> kPowersOf256{1.0, 256.0, 65536.0, 16777216.0};
 // Zone names are held in fixed 32-character fields.
-constexpr qsizetype zoneNameLength = 32;
+constexpr std::size_t zoneNameLength = 32;
 
 [[nodiscard]] std::optional<std::int32_t> toInt32(std::int64_t value) {
     if (value < std::numeric_limits<std::int32_t>::min() ||
@@ -119,12 +120,20 @@ std::optional<NtpTimestamp> TimeBase::ntpStamp(std::int64_t wholeSeconds, int mi
     return stamp;
 }
 
-QString TimeBase::svrBIAS() {
+const std::string& TimeBase::svrBIAS() {
     const TimeZoneReading& reading = zone_.GetTimeZoneInformation();
-    const QString& name = reading.result == TimeZoneIdDaylight ? reading.info.DaylightName
-                                                               : reading.info.StandardName;
-    const qsizetype nul = name.indexOf(QChar(u'\0'));
-    zoneName_ = name.left(nul < 0 ? zoneNameLength : std::min(nul, zoneNameLength));
+    const std::string& name = reading.result == TimeZoneIdDaylight ? reading.info.DaylightName
+                                                                   : reading.info.StandardName;
+    const std::string_view beforeNul(name.c_str()); // stops at the first NUL
+    // Characters, not bytes: a cut must not split a UTF-8 sequence.
+    std::size_t end = 0;
+    for (std::size_t characters = 0; end < beforeNul.size(); ++end) {
+        const bool startsCharacter = (static_cast<unsigned char>(beforeNul[end]) & 0xC0) != 0x80;
+        if (startsCharacter && characters++ == zoneNameLength) {
+            break;
+        }
+    }
+    zoneName_ = beforeNul.substr(0, end);
     return zoneName_;
 }
 

@@ -5,10 +5,10 @@
 #include "platform/clock.h"
 #include "platform/time_zone.h"
 
-#include <QString>
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace cvl {
 
@@ -41,9 +41,9 @@ public:
     [[nodiscard]] int LastMilliseconds() const { return lastMilliseconds_; }
 
     // Reads the zone's present name (daylight or standard), keeps it for ZoneName() and
-    // returns it.
-    QString svrBIAS();
-    [[nodiscard]] QString ZoneName() const { return zoneName_; }
+    // returns it: up to a NUL and at most 32 characters, as the zone record holds it.
+    const std::string& svrBIAS();
+    [[nodiscard]] const std::string& ZoneName() const { return zoneName_; }
 
 private:
     [[nodiscard]] static std::optional<NtpTimestamp> ntpStamp(std::int64_t wholeSeconds,
@@ -55,7 +55,7 @@ private:
     // The last stamp made and the whole seconds it was made from (with lastMilliseconds_).
     std::int64_t memoSeconds_ = -1;
     std::optional<NtpTimestamp> memoStamp_;
-    QString zoneName_;
+    std::string zoneName_;
 };
 
 } // namespace cvl

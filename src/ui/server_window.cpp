@@ -329,7 +329,9 @@ void ServerWindow::buildStatusBar() {
     lamps_ = new TrafficLamps(statusBar());
     clock_ = new QLabel(statusBar());
     clock_->setObjectName(QStringLiteral("Clock"));
-    zone_ = new QLabel(QStringLiteral(" Time Zone: ") + server_.timeBase().ZoneName(), statusBar());
+    zone_ = new QLabel(QStringLiteral(" Time Zone: ") +
+                           QString::fromStdString(server_.timeBase().ZoneName()),
+                       statusBar());
     zone_->setObjectName(QStringLiteral("TimeZoneLabel"));
     statusBar()->addWidget(status_, 1);
     statusBar()->addPermanentWidget(lamps_);

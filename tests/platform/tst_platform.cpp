@@ -86,7 +86,8 @@ private slots:
                 .arg(r.info.Bias)
                 .arg(r.info.StandardBias)
                 .arg(r.info.DaylightBias)
-                .arg(r.info.StandardName, r.info.DaylightName);
+                .arg(QString::fromStdString(r.info.StandardName),
+                     QString::fromStdString(r.info.DaylightName));
         };
         QVERIFY(reading("UTC").startsWith(QString("%1 0 ").arg(TimeZoneIdUnknown)));
         QVERIFY(reading("EST5").startsWith(QString("%1 300 ").arg(TimeZoneIdUnknown)));

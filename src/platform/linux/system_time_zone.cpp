@@ -50,8 +50,8 @@ const TimeZoneReading& SystemTimeZone::GetTimeZoneInformation() const {
     reading.info.Bias = static_cast<std::int32_t>(-standardEast / 60);
     reading.info.DaylightBias = static_cast<std::int32_t>(-(daylightEast - standardEast) / 60);
     reading.info.StandardBias = 0;
-    reading.info.StandardName = QString::fromLocal8Bit(tzname[0]);
-    reading.info.DaylightName = QString::fromLocal8Bit(tzname[1]);
+    reading.info.StandardName = tzname[0];
+    reading.info.DaylightName = tzname[1];
     if (current.daylight) {
         reading.result = TimeZoneIdDaylight;
     } else {
