@@ -1,0 +1,246 @@
+#include "platform/linux/epoll_event_loop.h"
+
+#include <algorithm>
+#include <array>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+#include <utility>
+
+namespace cvl {
+
+namespace {
+
+// epoll data of the loop's own descriptors; watch ids start above them.
+constexpr std::uint64_t kTimerKey = 0;
+constexpr std::uint64_t kWakeKey = ~std::uint64_t{0};
+
+[[nodiscard]] std::uint32_t epollEvents(unsigned interest) {
+    std::uint32_t events = 0;
+    if ((interest & EventLoop::Readable) != 0) {
+        events |= EPOLLIN;
+    }
+    if ((interest & EventLoop::Writable) != 0) {
+        events |= EPOLLOUT;
+    }
+    return events;
+}
+
+bool addToSet(int epoll, int fd, std::uint64_t key, std::uint32_t events) {
+    epoll_event event{};
+    event.events = events;
+    event.data.u64 = key;
+    return ::epoll_ctl(epoll, EPOLL_CTL_ADD, fd, &event) == 0;
+}
+
+} // namespace
+
+EpollEventLoop::EpollEventLoop()
+    : epoll_(::epoll_create1(EPOLL_CLOEXEC))
+    , timerFd_(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC))
+    , wakeFd_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    if (isValid()) {
+        addToSet(epoll_, timerFd_, kTimerKey, EPOLLIN);
+        addToSet(epoll_, wakeFd_, kWakeKey, EPOLLIN);
+    }
+}
+
+EpollEventLoop::~EpollEventLoop() {
+    for (const int fd : {epoll_, timerFd_, wakeFd_}) {
+        if (fd >= 0) {
+            ::close(fd);
+        }
+    }
+}
+
+EventLoop::WatchId EpollEventLoop::watch(NativeSocket socket, unsigned interest,
+                                         std::function<void(unsigned ready)> onReady) {
+    const auto fd = static_cast<int>(socket);
+    const WatchId id = nextId_++;
+    if (epoll_ < 0 || !addToSet(epoll_, fd, id, epollEvents(interest))) {
+        return 0;
+    }
+    watches_.emplace(id, std::make_shared<Watch>(Watch{fd, interest, std::move(onReady)}));
+    return id;
+}
+
+void EpollEventLoop::setInterest(WatchId id, unsigned interest) {
+    const auto found = watches_.find(id);
+    if (found == watches_.end() || found->second->interest == interest) {
+        return;
+    }
+    found->second->interest = interest;
+    epoll_event event{};
+    event.events = epollEvents(interest);
+    event.data.u64 = id;
+    ::epoll_ctl(epoll_, EPOLL_CTL_MOD, found->second->fd, &event);
+}
+
+void EpollEventLoop::unwatch(WatchId id) {
+    const auto found = watches_.find(id);
+    if (found != watches_.end()) {
+        ::epoll_ctl(epoll_, EPOLL_CTL_DEL, found->second->fd, nullptr);
+        watches_.erase(found);
+    }
+}
+
+EventLoop::TimerId EpollEventLoop::startTimer(std::chrono::milliseconds delay,
+                                              std::chrono::milliseconds period,
+                                              std::function<void()> onTimeout) {
+    const TimerId id = nextId_++;
+    const Clock::time_point deadline = Clock::now() + delay;
+    timers_.emplace(id,
+                    PendingTimer{deadline, period,
+                                 std::make_shared<std::function<void()>>(std::move(onTimeout))});
+    const bool nearest = deadlines_.empty() || deadline < deadlines_.begin()->first;
+    deadlines_.emplace(deadline, id);
+    if (nearest) {
+        armTimerFd();
+    }
+    return id;
+}
+
+void EpollEventLoop::stopTimer(TimerId id) {
+    // Its deadline entry is skipped when it comes up.
+    timers_.erase(id);
+}
+
+void EpollEventLoop::post(std::function<void()> task) {
+    {
+        const std::lock_guard lock(postedMutex_);
+        posted_.push_back(std::move(task));
+    }
+    const std::uint64_t one = 1;
+    // Full only after 2^64 - 1 posts nobody read: then it is awake anyway.
+    (void)!::write(wakeFd_, &one, sizeof one);
+}
+
+void EpollEventLoop::run() {
+    quit_ = false;
+    while (!quit_) {
+        dispatch(-1);
+    }
+}
+
+void EpollEventLoop::quit() {
+    {
+        const std::lock_guard lock(postedMutex_);
+        quitPosted_ = true;
+    }
+    post([] {});
+}
+
+void EpollEventLoop::dispatchReady() {
+    dispatch(0);
+}
+
+void EpollEventLoop::dispatch(int timeoutMs) {
+    std::array<epoll_event, 64> events{};
+    const int count =
+        ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), timeoutMs);
+    for (int i = 0; i < count; ++i) {
+        const epoll_event& event = events[static_cast<std::size_t>(i)];
+        if (event.data.u64 == kTimerKey) {
+            runDueTimers();
+            continue;
+        }
+        if (event.data.u64 == kWakeKey) {
+            runPosted();
+            continue;
+        }
+        // A watch removed by an earlier handler of this pass is simply not found.
+        const auto found = watches_.find(event.data.u64);
+        if (found == watches_.end()) {
+            continue;
+        }
+        const std::shared_ptr<Watch> watch = found->second;
+        unsigned ready = 0;
+        if ((event.events & (EPOLLIN | EPOLLPRI)) != 0) {
+            ready |= Readable;
+        }
+        if ((event.events & EPOLLOUT) != 0) {
+            ready |= Writable;
+        }
+        if ((event.events & (EPOLLERR | EPOLLHUP)) != 0) {
+            ready |= watch->interest;
+        }
+        ready &= watch->interest;
+        if (ready != 0) {
+            watch->onReady(ready);
+        }
+    }
+}
+
+void EpollEventLoop::runDueTimers() {
+    std::uint64_t expirations = 0;
+    (void)!::read(timerFd_, &expirations, sizeof expirations);
+    const Clock::time_point now = Clock::now();
+    // Only what is due now: a timer restarted by its own handler waits for the next pass.
+    std::vector<TimerId> due;
+    while (!deadlines_.empty() && deadlines_.begin()->first <= now) {
+        const auto [deadline, id] = *deadlines_.begin();
+        deadlines_.erase(deadlines_.begin());
+        const auto found = timers_.find(id);
+        if (found != timers_.end() && found->second.deadline == deadline) {
+            due.push_back(id);
+        }
+    }
+    for (const TimerId id : due) {
+        const auto found = timers_.find(id);
+        if (found == timers_.end()) {
+            continue; // stopped by an earlier handler
+        }
+        const std::shared_ptr<std::function<void()>> onTimeout = found->second.onTimeout;
+        if (found->second.period.count() > 0) {
+            found->second.deadline = std::max(found->second.deadline + found->second.period, now);
+            deadlines_.emplace(found->second.deadline, id);
+        } else {
+            timers_.erase(found);
+        }
+        (*onTimeout)();
+    }
+    armTimerFd();
+}
+
+void EpollEventLoop::runPosted() {
+    std::uint64_t count = 0;
+    (void)!::read(wakeFd_, &count, sizeof count);
+    std::vector<std::function<void()>> tasks;
+    {
+        const std::lock_guard lock(postedMutex_);
+        tasks.swap(posted_);
+        if (std::exchange(quitPosted_, false)) {
+            quit_ = true;
+        }
+    }
+    for (const std::function<void()>& task : tasks) {
+        task();
+    }
+}
+
+void EpollEventLoop::armTimerFd() {
+    // Drop entries of timers that were stopped or moved, so the nearest is a live one.
+    while (!deadlines_.empty()) {
+        const auto [deadline, id] = *deadlines_.begin();
+        const auto found = timers_.find(id);
+        if (found != timers_.end() && found->second.deadline == deadline) {
+            break;
+        }
+        deadlines_.erase(deadlines_.begin());
+    }
+    itimerspec spec{};
+    if (!deadlines_.empty()) {
+        const auto sinceEpoch = deadlines_.begin()->first.time_since_epoch();
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(sinceEpoch);
+        spec.it_value.tv_sec = seconds.count();
+        spec.it_value.tv_nsec =
+            std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch - seconds).count();
+        if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0) {
+            spec.it_value.tv_nsec = 1; // zero would disarm it
+        }
+    }
+    ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &spec, nullptr);
+}
+
+} // namespace cvl
