@@ -2,6 +2,7 @@
 
 #include "app/program_folder.h"
 #include "core/cvl_server.h"
+#include "platform/linux/epoll_event_loop.h"
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/process_signals.h"
 #include "platform/linux/system_clock.h"
@@ -10,6 +11,7 @@
 #include "platform/linux/system_time_zone.h"
 #include "platform/linux/xdg_autostart.h"
 #include "platform/single_instance.h"
+#include "ui/qt/event_loop_notifier.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -67,8 +69,15 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
     QCoreApplication::setApplicationName(QStringLiteral("chronvale-server"));
     QCoreApplication::setApplicationVersion(CVL_Server::AppVersion());
 
+    EpollEventLoop loop;
+    if (!loop.isValid()) {
+        std::fputs("chronvale-server: no event loop (out of descriptors?)\n", stderr);
+        return 1;
+    }
+    const EventLoopNotifier loopInQt(loop);
+
     // Before anything is read or opened: a second copy leaves no trace.
-    SingleInstance instance;
+    SingleInstance instance(loop);
     if (!instance.acquire()) {
         if (!frontEnd.raisesRunningCopy() || !SingleInstance::askRunningCopyToShow()) {
             std::fputs("chronvale-server: another copy is already running on this machine\n",
@@ -109,8 +118,8 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
     XdgAutostart autostart(xdgConfigHome());
     SystemHostInfo host(programFolder, execLine(command));
     SystemLauncher launcher;
-    const Platform platform{clock,   timeZone, settings, autostart, host, frontEnd.prompter(),
-                            launcher};
+    const Platform platform{
+        loop, clock, timeZone, settings, autostart, host, frontEnd.prompter(), launcher};
 
     ServerOptions options;
     options.referencePort = line.referencePort;
@@ -121,11 +130,8 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
     }
     CVL_Server server(platform, options);
 
-    ProcessSignals processSignals;
-    QObject::connect(&processSignals, &ProcessSignals::terminationRequested,
-                     QCoreApplication::instance(), &QCoreApplication::quit);
-    QObject::connect(&processSignals, &ProcessSignals::syncRequested, &server,
-                     &CVL_Server::requestSync);
+    const ProcessSignals processSignals(
+        loop, [](int) { QCoreApplication::quit(); }, [&server] { server.requestSync(); });
 
     frontEnd.build(server);
     server.start([&] { frontEnd.startUp(line.startHidden); });

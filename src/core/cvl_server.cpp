@@ -22,17 +22,17 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , options_(std::move(options))
     , registry_(platform.settings)
     , timeBase_(platform.clock, platform.timeZone)
-    , listeners_(new ServiceListeners(this))
+    , listeners_(new ServiceListeners(platform.loop, this))
     , timeService_(std::make_unique<TimeService>(*this))
     , daytimeService_(std::make_unique<DaytimeService>(*this, platform.clock))
     , unixTimeService_(std::make_unique<UnixTimeService>(*this))
     , ntpService_(std::make_unique<NtpService>(*this))
     , timeQuery_(new TimeQuery(platform.clock, timeBase_, this))
-    , updateCheck_(new UpdateCheck(*this, platform.prompter, platform.launcher,
+    , updateCheck_(new UpdateCheck(platform.loop, *this, platform.prompter, platform.launcher,
                                    platform.host.programFolder(), options_.updateHost,
                                    options_.updatePort, AppVersion(), this))
-    , syncTimer_(new QTimer(this))
-    , unansweredTimer_(new QTimer(this))
+    , syncTimer_(platform.loop, [this] { syncTick(); })
+    , unansweredTimer_(platform.loop, [this] { queryUnanswered(); })
     , random_([] { return QRandomGenerator::global()->generateDouble(); })
     , windowCaption_(fixedTitle())
     , strictSync_(options_.strictSync) {
@@ -46,11 +46,9 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
 
     // The schedule counts on the event loop's monotonic timers, never on the wall clock that
     // the server steps.
-    syncTimer_->setInterval(1000);
-    connect(syncTimer_, &QTimer::timeout, this, &CVL_Server::syncTick);
-    unansweredTimer_->setSingleShot(true);
-    unansweredTimer_->setInterval(kUnansweredAfterMs);
-    connect(unansweredTimer_, &QTimer::timeout, this, &CVL_Server::queryUnanswered);
+    syncTimer_.setInterval(std::chrono::seconds(1));
+    unansweredTimer_.setSingleShot(true);
+    unansweredTimer_.setInterval(std::chrono::milliseconds(kUnansweredAfterMs));
     connect(listeners_, &ServiceListeners::statusTextWithdrawn, this, [this](const QString& text) {
         if (statusText_ == text) {
             setStatusText(QString());
@@ -60,7 +58,7 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
         GrabRandom();
         schedule_.retryOnNextTick();
         queriesFailing_ = true;
-        unansweredTimer_->stop();
+        unansweredTimer_.stop();
         // No server name in it: with one tried every second, the line would never settle.
         setUnansweredText(
             QStringLiteral("The reference server could not be asked (no such host, or no route "
@@ -69,7 +67,7 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     });
     connect(timeQuery_, &TimeQuery::sent, this, [this] { queriesFailing_ = false; });
     connect(timeQuery_, &TimeQuery::synchronised, this, [this] {
-        unansweredTimer_->stop();
+        unansweredTimer_.stop();
         setUnansweredText(QString());
         setTimeSynced();
         setTipText(QLatin1Char(' ') + timeQuery_->SyncMessage() + QLatin1Char(' '));
@@ -130,7 +128,7 @@ void CVL_Server::start(const std::function<void()>& beforeFirstSync) {
 
     runAtStartup_ = platform_.autostart.exists();
     ReadCVLFile();
-    syncTimer_->start();
+    syncTimer_.start();
 
     updateStamp_ = platform_.clock.localNow();
     setTipText(fixedTitle() + QLatin1Char(' '));
@@ -155,8 +153,8 @@ void CVL_Server::shutdown() {
         return;
     }
     shutDown_ = true;
-    syncTimer_->stop();
-    unansweredTimer_->stop();
+    syncTimer_.stop();
+    unansweredTimer_.stop();
     for (const ServiceId id : kTcpCloseOrder) {
         listeners_->closeTcpListener(id);
     }
@@ -301,8 +299,8 @@ void CVL_Server::setRegionCode(const QString& code) {
 }
 
 void CVL_Server::CalcIntC() {
-    if (schedule_.CalcIntC(sync_.syncN, sync_.syncUnit) && syncTimer_->isActive()) {
-        syncTimer_->start(); // restarts the one-second count
+    if (schedule_.CalcIntC(sync_.syncN, sync_.syncUnit) && syncTimer_.isActive()) {
+        syncTimer_.start(); // restarts the one-second count
     }
 }
 
@@ -369,7 +367,7 @@ void CVL_Server::SyncTimeNow() {
     }
     askedServer_ = currentServer_.trimmed();
     askedAt_ = platform_.clock.localNow();
-    unansweredTimer_->start();
+    unansweredTimer_.start();
     timeQuery_->send(listeners_->udpSocket(ServiceId::Ntp), askedServer_, options_.referencePort);
     const QString selected =
         selectedServer_ >= 0 ? serverList_.entries[selectedServer_].text : QString();

@@ -7,6 +7,7 @@
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
 #include "platform/clock.h"
+#include "platform/event_loop.h"
 #include "services/service_host.h"
 #include "sync/server_list.h"
 #include "sync/sync_schedule.h"
@@ -14,7 +15,6 @@
 #include "update/update_check.h"
 
 #include <QObject>
-#include <QTimer>
 #include <array>
 #include <functional>
 #include <memory>
@@ -36,6 +36,7 @@ class UnixTimeService;
 
 // The operating system as the server reaches it.
 struct Platform {
+    EventLoop& loop;
     Clock& clock;
     TimeZone& timeZone;
     SettingsStore& settings;
@@ -232,8 +233,8 @@ private:
     std::unique_ptr<NtpService> ntpService_;
     TimeQuery* timeQuery_;
     UpdateCheck* updateCheck_;
-    QTimer* syncTimer_;
-    QTimer* unansweredTimer_;
+    Timer syncTimer_;
+    Timer unansweredTimer_;
     ServerList serverList_;
     SyncSchedule schedule_;
     int selectedServer_ = -1;

@@ -9,7 +9,8 @@
 
 namespace cvl {
 
-ServiceListeners::ServiceListeners(QObject* parent, std::chrono::milliseconds idleLimit)
+ServiceListeners::ServiceListeners(EventLoop& loop, QObject* parent,
+                                   std::chrono::milliseconds idleLimit)
     : QObject(parent)
     , silent_(std::make_unique<SilentProtocol>()) {
     for (const ServiceRow& row : serviceTable()) {
@@ -17,8 +18,8 @@ ServiceListeners::ServiceListeners(QObject* parent, std::chrono::milliseconds id
         // Until a saved value says otherwise, a port box shows the service's usual port.
         service.controls.portText = QString::number(row.defaultPort);
         service.protocol = silent_.get();
-        service.tcp = new TcpSocketArray(this, idleLimit);
-        service.udp = new DatagramSocket(this);
+        service.tcp = new TcpSocketArray(loop, this, idleLimit);
+        service.udp = new DatagramSocket(loop, this);
 
         const ServiceId id = row.id;
         TcpSocketArray* array = service.tcp;

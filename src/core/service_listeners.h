@@ -34,7 +34,7 @@ inline const QString kPortRegisteredTip = QStringLiteral(" Change Registered Suc
 class ServiceListeners final : public QObject {
     Q_OBJECT
 public:
-    explicit ServiceListeners(QObject* parent = nullptr,
+    explicit ServiceListeners(EventLoop& loop, QObject* parent = nullptr,
                               std::chrono::milliseconds idleLimit = kIdleConnectionLimit);
     ~ServiceListeners() override;
 

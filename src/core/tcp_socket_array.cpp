@@ -2,40 +2,39 @@
 
 namespace cvl {
 
-TcpSocketArray::TcpSocketArray(QObject* parent, std::chrono::milliseconds idleLimit)
+TcpSocketArray::TcpSocketArray(EventLoop& loop, QObject* parent,
+                               std::chrono::milliseconds idleLimit)
     : QObject(parent)
-    , listener_(this)
-    , idleCheck_(new QTimer(this))
+    , listener_(loop, this)
+    , idleCheck_(loop, [this] { closeIdle(); })
     , idleLimit_(idleLimit) {
-    clock_.start();
-    idleCheck_->setInterval(
+    idleCheck_.setInterval(
         std::max<std::chrono::milliseconds>(idleLimit / 6, std::chrono::milliseconds(50)));
-    connect(idleCheck_, &QTimer::timeout, this, &TcpSocketArray::closeIdle);
 }
 
 void TcpSocketArray::accepted(int index) {
-    lastActivityMs_[static_cast<std::size_t>(index - 1)] = clock_.elapsed();
-    if (!idleCheck_->isActive()) {
-        idleCheck_->start();
+    lastActivity_[static_cast<std::size_t>(index - 1)] = std::chrono::steady_clock::now();
+    if (!idleCheck_.isActive()) {
+        idleCheck_.start();
     }
 }
 
 void TcpSocketArray::closeIdle() {
-    const qint64 now = clock_.elapsed();
+    const auto now = std::chrono::steady_clock::now();
     bool anyOpen = false;
     for (std::size_t i = 0; i < connections_.size(); ++i) {
         QTcpSocket* socket = connections_[i];
         if (socket->state() == QAbstractSocket::UnconnectedState) {
             continue;
         }
-        if (now - lastActivityMs_[i] >= idleLimit_.count()) {
+        if (now - lastActivity_[i] >= idleLimit_) {
             socket->abort();
         } else {
             anyOpen = true;
         }
     }
     if (!anyOpen) {
-        idleCheck_->stop();
+        idleCheck_.stop();
     }
 }
 
@@ -47,10 +46,10 @@ int TcpSocketArray::freeIndex() {
     }
     auto* socket = new QTcpSocket(this);
     connections_.push_back(socket);
-    lastActivityMs_.push_back(0);
+    lastActivity_.emplace_back();
     const int index = upperBound();
     connect(socket, &QTcpSocket::readyRead, this, [this, index] {
-        lastActivityMs_[static_cast<std::size_t>(index - 1)] = clock_.elapsed();
+        lastActivity_[static_cast<std::size_t>(index - 1)] = std::chrono::steady_clock::now();
         emit readyRead(index);
     });
     connect(socket, &QTcpSocket::bytesWritten, this,

@@ -5,9 +5,7 @@
 
 #include "platform/stream_listener.h"
 
-#include <QElapsedTimer>
 #include <QTcpSocket>
-#include <QTimer>
 #include <chrono>
 #include <vector>
 
@@ -20,7 +18,7 @@ inline constexpr std::chrono::milliseconds kIdleConnectionLimit{30000};
 class TcpSocketArray final : public QObject {
     Q_OBJECT
 public:
-    explicit TcpSocketArray(QObject* parent = nullptr,
+    explicit TcpSocketArray(EventLoop& loop, QObject* parent = nullptr,
                             std::chrono::milliseconds idleLimit = kIdleConnectionLimit);
 
     [[nodiscard]] StreamListener& listener() { return listener_; }
@@ -42,10 +40,9 @@ private:
     void closeIdle();
 
     StreamListener listener_;
-    std::vector<QTcpSocket*> connections_; // owned through Qt parenting
-    std::vector<qint64> lastActivityMs_;   // per element, on `clock_`
-    QElapsedTimer clock_;
-    QTimer* idleCheck_;
+    std::vector<QTcpSocket*> connections_;                            // owned through Qt parenting
+    std::vector<std::chrono::steady_clock::time_point> lastActivity_; // per element
+    Timer idleCheck_;
     std::chrono::milliseconds idleLimit_;
 };
 

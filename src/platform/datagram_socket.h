@@ -27,7 +27,7 @@ struct Datagram {
 class DatagramSocket final : public QObject {
     Q_OBJECT
 public:
-    explicit DatagramSocket(QObject* parent = nullptr);
+    explicit DatagramSocket(EventLoop& loop, QObject* parent = nullptr);
     ~DatagramSocket() override;
 
     enum class BindResult { Bound, AddressInUse, Failed };
@@ -81,6 +81,7 @@ private:
     void flushReplies();
     [[nodiscard]] int socketFor(const sockaddr_in6& to) const;
 
+    EventLoop& loop_;
     FamilySockets sockets_;
     std::size_t ready_ = 0; // the family whose datagrams readPending() takes
     quint16 port_ = 0;

@@ -2,12 +2,11 @@
 // readiness watch: what the UDP sockets and the TCP listeners share.
 #pragma once
 
-#include "platform/read_watch.h"
+#include "platform/event_loop.h"
 
 #include <array>
 #include <cstddef>
 #include <functional>
-#include <memory>
 
 namespace cvl {
 
@@ -27,7 +26,7 @@ public:
     void adopt(const BoundSockets& bound);
     // Watches every descriptor; `onReadable` learns which family is ready. False, and
     // everything closed, when one cannot be watched: nobody would ever read it.
-    bool watch(const std::function<void(std::size_t family)>& onReadable);
+    bool watch(EventLoop& loop, const std::function<void(std::size_t family)>& onReadable);
     void setWatching(bool on);
     void close();
 
@@ -37,7 +36,7 @@ public:
 private:
     struct Socket {
         int fd = -1;
-        std::unique_ptr<ReadWatch> watch;
+        SocketWatch watch;
     };
     std::array<Socket, 2> sockets_;
 };

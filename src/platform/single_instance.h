@@ -3,18 +3,16 @@
 // running copy also answers a second desktop start by showing its window.
 #pragma once
 
-#include <QObject>
-#include <functional>
+#include "platform/event_loop.h"
 
-class QSocketNotifier;
+#include <functional>
 
 namespace cvl {
 
-class SingleInstance final : public QObject {
-    Q_OBJECT
+class SingleInstance final {
 public:
-    SingleInstance();
-    ~SingleInstance() override;
+    explicit SingleInstance(EventLoop& loop);
+    ~SingleInstance();
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
@@ -30,8 +28,9 @@ public:
 private:
     void answerRequests();
 
+    EventLoop& loop_;
     int descriptor_ = -1;
-    QSocketNotifier* notifier_ = nullptr;
+    SocketWatch watch_;
     std::function<bool()> show_;
 };
 

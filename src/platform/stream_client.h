@@ -3,6 +3,8 @@
 // refused connection, a reset) is told apart from the peer's orderly close.
 #pragma once
 
+#include "platform/event_loop.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QObject>
@@ -10,14 +12,13 @@
 #include <cstdint>
 
 class QHostInfo;
-class QSocketNotifier;
 
 namespace cvl {
 
 class StreamClient final : public QObject {
     Q_OBJECT
 public:
-    explicit StreamClient(QObject* parent = nullptr);
+    explicit StreamClient(EventLoop& loop, QObject* parent = nullptr);
     ~StreamClient() override;
     StreamClient(const StreamClient&) = delete;
     StreamClient& operator=(const StreamClient&) = delete;
@@ -47,8 +48,9 @@ private:
     int lookupId_ = -1;
     quint16 port_ = 0;
     std::uint64_t generation_ = 0; // counts closes, so a handler's close is noticed
-    QSocketNotifier* readNotifier_ = nullptr;
-    QSocketNotifier* writeNotifier_ = nullptr;
+    EventLoop& loop_;
+    // Writable while connecting, readable once connected.
+    SocketWatch watch_;
 };
 
 } // namespace cvl

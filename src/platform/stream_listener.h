@@ -10,14 +10,12 @@
 
 #include <QObject>
 
-class QTimer;
-
 namespace cvl {
 
 class StreamListener final : public QObject {
     Q_OBJECT
 public:
-    explicit StreamListener(QObject* parent = nullptr);
+    explicit StreamListener(EventLoop& loop, QObject* parent = nullptr);
     ~StreamListener() override;
 
     enum class ListenResult { Listening, AddressInUse, Failed };
@@ -41,10 +39,11 @@ private:
     void acceptPending(std::size_t family);
     void updateWatch();
 
+    EventLoop& loop_;
     FamilySockets sockets_;
     quint16 port_ = 0;
     bool paused_ = false;
-    QTimer* resourceRetry_;
+    Timer resourceRetry_;
 };
 
 } // namespace cvl

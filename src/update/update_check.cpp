@@ -6,7 +6,6 @@
 
 #include <QFileInfo>
 #include <QStringList>
-#include <QTimer>
 #include <QtNumeric>
 #include <limits>
 #include <utility>
@@ -30,7 +29,7 @@ const QString kLineEnd = QStringLiteral("\r\n");
 
 } // namespace
 
-UpdateCheck::UpdateCheck(UpdateHost& host, Prompter& prompter, Launcher& launcher,
+UpdateCheck::UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, Launcher& launcher,
                          QString programFolder, QString updateHost, quint16 updatePort,
                          QString AppVersion, QObject* parent)
     : QObject(parent)
@@ -40,7 +39,10 @@ UpdateCheck::UpdateCheck(UpdateHost& host, Prompter& prompter, Launcher& launche
     , programFolder_(std::move(programFolder))
     , updateHost_(std::move(updateHost))
     , updatePort_(updatePort)
-    , appVersion_(std::move(AppVersion)) {
+    , appVersion_(std::move(AppVersion))
+    , qbk(loop)
+    , versionFileSettled_(loop, [this] { saveIT(std::exchange(versionFile_, {})); }) {
+    versionFileSettled_.setSingleShot(true);
     connect(&qbk, &StreamClient::connected, this, &UpdateCheck::sendRequest);
     connect(&qbk, &StreamClient::received, this, &UpdateCheck::received);
     // The server's orderly close is no ending of its own: an exchange that stopped short
@@ -119,7 +121,8 @@ void UpdateCheck::received(const QByteArray& chunk) {
     if (BytesReceived == ContentLength) {
         qbk.close();
         // The version file comes in one arrival; it is read once the socket has settled.
-        QTimer::singleShot(0, this, [this, chunk] { saveIT(chunk); });
+        versionFile_ = chunk;
+        versionFileSettled_.start(std::chrono::milliseconds(0));
     }
 }
 

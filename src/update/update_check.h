@@ -34,7 +34,7 @@ public:
 class UpdateCheck final : public QObject {
     Q_OBJECT
 public:
-    explicit UpdateCheck(UpdateHost& host, Prompter& prompter, Launcher& launcher,
+    explicit UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, Launcher& launcher,
                          QString programFolder, QString updateHost, quint16 updatePort,
                          QString AppVersion, QObject* parent = nullptr);
 
@@ -66,6 +66,9 @@ private:
     QString appVersion_;
 
     StreamClient qbk;
+    // The version file waits here until the connection has settled.
+    QByteArray versionFile_;
+    Timer versionFileSettled_;
     QFile serverFile_;
     bool GetServerFile = false;
     std::int32_t BytesReceived = 0;

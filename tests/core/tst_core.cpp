@@ -58,6 +58,7 @@ void putServices(test::ServerRig& rig, quint16 port) {
 class TestCore : public QObject {
     Q_OBJECT
 
+    test::QtDispatchedLoop dispatched;
     std::unique_ptr<ServiceListeners> listeners;
     quint16 port = 0;
 
@@ -65,7 +66,7 @@ class TestCore : public QObject {
 
 private slots:
     void init() {
-        listeners = std::make_unique<ServiceListeners>();
+        listeners = std::make_unique<ServiceListeners>(dispatched.loop);
         port = test::freePort();
     }
 
@@ -177,7 +178,8 @@ private slots:
     }
 
     void quietClientsAreClosed() {
-        listeners = std::make_unique<ServiceListeners>(nullptr, std::chrono::milliseconds(300));
+        listeners = std::make_unique<ServiceListeners>(dispatched.loop, nullptr,
+                                                       std::chrono::milliseconds(300));
         listeners->setTimeSynced();
         listeners->applySetting(Client, setting("YES:YES:NO", port));
         auto quiet = connectTo(port);

@@ -4,6 +4,7 @@
 
 #include "core/cvl_server.h"
 #include "platform_fakes.h"
+#include "qt_dispatched_loop.h"
 
 #include <QDir>
 #include <QFile>
@@ -40,12 +41,15 @@ struct ServerRig {
 
     CVL_Server& server() {
         if (!instance) {
-            instance = std::make_unique<CVL_Server>(
-                Platform{clock, timeZone, store, autostart, host, prompter, launcher}, options);
+            instance =
+                std::make_unique<CVL_Server>(Platform{dispatched.loop, clock, timeZone, store,
+                                                      autostart, host, prompter, launcher},
+                                             options);
         }
         return *instance;
     }
 
+    QtDispatchedLoop dispatched;
     QTemporaryDir folder;
     FakeClock clock;
     FakeTimeZone timeZone;

@@ -6,6 +6,7 @@
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
 #include "fuzz_support.h"
+#include "qt_dispatched_loop.h"
 #include "sync/sync_schedule.h"
 
 using namespace cvl;
@@ -13,7 +14,8 @@ using namespace cvl;
 namespace {
 
 struct State {
-    ServiceListeners listeners;
+    test::QtDispatchedLoop dispatched;
+    ServiceListeners listeners{dispatched.loop};
 };
 
 } // namespace

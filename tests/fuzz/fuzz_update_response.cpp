@@ -11,6 +11,7 @@
 #include "fuzz_support.h"
 #include "platform/prompter.h"
 #include "platform_fakes.h"
+#include "qt_dispatched_loop.h"
 #include "update/update_check.h"
 
 #include <QFile>
@@ -45,6 +46,7 @@ public:
 };
 
 struct State {
+    test::QtDispatchedLoop dispatched;
     QTemporaryDir folder;
     QString serverFile = folder.filePath(QStringLiteral("QBK_CVLS4.CVL"));
 };
@@ -71,8 +73,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     AnsweringPrompter prompter;
     test::FakeLauncher launcher;
     // Port 0: the connection is refused at once, whenever the check starts a new exchange.
-    UpdateCheck check(host, prompter, launcher, state->folder.path(), QStringLiteral("127.0.0.1"),
-                      0, CVL_Server::AppVersion());
+    UpdateCheck check(state->dispatched.loop, host, prompter, launcher, state->folder.path(),
+                      QStringLiteral("127.0.0.1"), 0, CVL_Server::AppVersion());
     if ((flags & 1) != 0) {
         prompter.answers = ~0u;
         check.saveIT(kAsksForServerFile);

@@ -1,19 +1,15 @@
 // The Linux adapters that can be checked without privileges: the INI settings store, the
-// autostart entry, the time-zone record, a clock that must refuse to be set and the shared
-// readiness watch of the sockets.
+// autostart entry, the time-zone record and a clock that must refuse to be set.
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/system_clock.h"
 #include "platform/linux/system_time_zone.h"
 #include "platform/linux/xdg_autostart.h"
-#include "platform/read_watch.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <cstdlib>
 #include <ctime>
-#include <fcntl.h>
-#include <memory>
 #include <unistd.h>
 
 using namespace cvl;
@@ -109,51 +105,6 @@ private slots:
         const std::uint32_t first = clock.tickCountMs();
         QTest::qWait(20);
         QVERIFY(clock.tickCountMs() - first >= 15);
-    }
-
-    void readWatchesShareOneSet() {
-        int a[2];
-        int b[2];
-        QVERIFY(::pipe2(a, O_NONBLOCK | O_CLOEXEC) == 0 && ::pipe2(b, O_NONBLOCK | O_CLOEXEC) == 0);
-        int callsA = 0;
-        int callsB = 0;
-        char byte = 0;
-        std::unique_ptr<ReadWatch> watchA;
-        auto watchB = std::make_unique<ReadWatch>(b[0], [&] { ++callsB; });
-
-        // Disabled, a readable descriptor is not reported; enabled again, it is, and again
-        // while it stays unread.
-        watchB->setEnabled(false);
-        QVERIFY(::write(b[1], "x", 1) == 1);
-        QTest::qWait(30);
-        QCOMPARE(callsB, 0);
-        watchB->setEnabled(true);
-        QTRY_VERIFY(callsB >= 2);
-
-        // A handler that drops its own watch and another one that is ready in the same pass:
-        // the dropped one is never called again, and the set goes with its last watch.
-        int callsBWhenDropped = -1;
-        watchA = std::make_unique<ReadWatch>(a[0], [&] {
-            ++callsA;
-            callsBWhenDropped = callsB;
-            watchB.reset();
-            watchA.reset();
-        });
-        QVERIFY(::write(a[1], "x", 1) == 1);
-        QTRY_COMPARE(callsA, 1);
-        QTest::qWait(30);
-        QCOMPARE(callsB, callsBWhenDropped);
-
-        // A new watch starts a new set.
-        watchA = std::make_unique<ReadWatch>(a[0], [&] {
-            ++callsA;
-            QVERIFY(::read(a[0], &byte, 1) == 1);
-        });
-        QTRY_COMPARE(callsA, 2);
-        watchA.reset();
-        for (const int fd : {a[0], a[1], b[0], b[1]}) {
-            ::close(fd);
-        }
     }
 };
 

@@ -35,8 +35,8 @@ QByteArray request(const QByteArray& path) {
 // The windows and the controller as the check sees them, and everything around the check.
 struct Rig final : UpdateHost {
     explicit Rig(Launcher* updater = nullptr, quint16 port = 0)
-        : check(*this, prompter, updater ? *updater : launcher, folder.path(), "127.0.0.1",
-                port ? port : stub.port(), "4.0.12") {}
+        : check(dispatched.loop, *this, prompter, updater ? *updater : launcher, folder.path(),
+                "127.0.0.1", port ? port : stub.port(), "4.0.12") {}
     [[nodiscard]] QString windowCaption() const override { return caption; }
     void setWindowCaption(const QString& text) override { caption = text; }
     [[nodiscard]] QString windowTitle() const override { return "Chronvale Server"; }
@@ -75,6 +75,7 @@ struct Rig final : UpdateHost {
     bool enabled = false; // the dialog disables the button while a check runs
     int downloads = 0;
     QTemporaryDir folder;
+    test::QtDispatchedLoop dispatched;
     test::HttpStub stub;
     test::FakePrompter prompter;
     test::FakeLauncher launcher;

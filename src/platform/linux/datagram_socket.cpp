@@ -40,8 +40,9 @@ void sendEach(int fd, mmsghdr* messages, int count) {
 
 } // namespace
 
-DatagramSocket::DatagramSocket(QObject* parent)
+DatagramSocket::DatagramSocket(EventLoop& loop, QObject* parent)
     : QObject(parent)
+    , loop_(loop)
     , buffers_(new char[static_cast<std::size_t>(kBatch) * kKeptBytes]) {}
 
 DatagramSocket::~DatagramSocket() {
@@ -55,7 +56,7 @@ DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
         return bound.addressInUse ? BindResult::AddressInUse : BindResult::Failed;
     }
     sockets_.adopt(bound);
-    const bool watched = sockets_.watch([this](std::size_t family) {
+    const bool watched = sockets_.watch(loop_, [this](std::size_t family) {
         ready_ = family;
         emit readyRead();
     });

@@ -11,15 +11,15 @@ void FamilySockets::adopt(const BoundSockets& bound) {
     sockets_[kIPv6].fd = bound.v6;
 }
 
-bool FamilySockets::watch(const std::function<void(std::size_t family)>& onReadable) {
+bool FamilySockets::watch(EventLoop& loop,
+                          const std::function<void(std::size_t family)>& onReadable) {
     for (std::size_t family = 0; family < sockets_.size(); ++family) {
         Socket& socket = sockets_[family];
         if (socket.fd < 0) {
             continue;
         }
-        socket.watch =
-            std::make_unique<ReadWatch>(socket.fd, [onReadable, family] { onReadable(family); });
-        if (!socket.watch->isEnabled()) {
+        if (!socket.watch.start(loop, socket.fd, EventLoop::Readable,
+                                [onReadable, family](unsigned) { onReadable(family); })) {
             close();
             return false;
         }
@@ -28,10 +28,8 @@ bool FamilySockets::watch(const std::function<void(std::size_t family)>& onReada
 }
 
 void FamilySockets::setWatching(bool on) {
-    for (const Socket& socket : sockets_) {
-        if (socket.watch) {
-            socket.watch->setEnabled(on);
-        }
+    for (Socket& socket : sockets_) {
+        socket.watch.setInterest(on ? EventLoop::Readable : 0u);
     }
 }
 

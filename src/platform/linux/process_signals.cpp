@@ -1,9 +1,9 @@
 #include "platform/linux/process_signals.h"
 
-#include <QSocketNotifier>
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace cvl {
 
@@ -18,13 +18,14 @@ void onSignal(int signalNumber) {
 
 } // namespace
 
-ProcessSignals::ProcessSignals(QObject* parent)
-    : QObject(parent) {
+ProcessSignals::ProcessSignals(EventLoop& loop, std::function<void(int)> onTermination,
+                               std::function<void()> onSyncRequest)
+    : onTermination_(std::move(onTermination))
+    , onSyncRequest_(std::move(onSyncRequest)) {
     if (pipeFds[0] < 0 && ::pipe2(pipeFds, O_CLOEXEC | O_NONBLOCK) != 0) {
         return;
     }
-    notifier_ = new QSocketNotifier(pipeFds[0], QSocketNotifier::Read, this);
-    connect(notifier_, &QSocketNotifier::activated, this, &ProcessSignals::drain);
+    watch_.start(loop, pipeFds[0], EventLoop::Readable, [this](unsigned) { drain(); });
 
     struct sigaction action {};
     action.sa_handler = onSignal;
@@ -53,10 +54,10 @@ void ProcessSignals::drain() {
         }
     }
     if (sync) {
-        emit syncRequested();
+        onSyncRequest_();
     }
     if (termination != 0) {
-        emit terminationRequested(termination);
+        onTermination_(termination);
     }
 }
 

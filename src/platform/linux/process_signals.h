@@ -2,25 +2,26 @@
 // loop, so that what they ask for runs on the main thread instead of inside a signal handler.
 #pragma once
 
-#include <QObject>
+#include "platform/event_loop.h"
 
-class QSocketNotifier;
+#include <functional>
 
 namespace cvl {
 
-class ProcessSignals final : public QObject {
-    Q_OBJECT
+class ProcessSignals final {
 public:
-    explicit ProcessSignals(QObject* parent = nullptr);
-    ~ProcessSignals() override;
-
-signals:
-    void terminationRequested(int signalNumber);
-    void syncRequested();
+    ProcessSignals(EventLoop& loop, std::function<void(int signalNumber)> onTermination,
+                   std::function<void()> onSyncRequest);
+    ~ProcessSignals();
+    ProcessSignals(const ProcessSignals&) = delete;
+    ProcessSignals& operator=(const ProcessSignals&) = delete;
 
 private:
     void drain();
-    QSocketNotifier* notifier_ = nullptr;
+
+    std::function<void(int)> onTermination_;
+    std::function<void()> onSyncRequest_;
+    SocketWatch watch_;
 };
 
 } // namespace cvl

@@ -1,6 +1,5 @@
 #include "platform/single_instance.h"
 
-#include <QSocketNotifier>
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -23,10 +22,11 @@ socklen_t abstractAddress(sockaddr_un& address) {
 
 } // namespace
 
-SingleInstance::SingleInstance() = default;
+SingleInstance::SingleInstance(EventLoop& loop)
+    : loop_(loop) {}
 
 SingleInstance::~SingleInstance() {
-    delete notifier_;
+    watch_.reset();
     if (descriptor_ >= 0) {
         ::close(descriptor_);
     }
@@ -49,8 +49,7 @@ bool SingleInstance::acquire() {
     }
     ::listen(fd, 4);
     descriptor_ = fd;
-    notifier_ = new QSocketNotifier(fd, QSocketNotifier::Read);
-    connect(notifier_, &QSocketNotifier::activated, this, &SingleInstance::answerRequests);
+    watch_.start(loop_, fd, EventLoop::Readable, [this](unsigned) { answerRequests(); });
     return true;
 }
 

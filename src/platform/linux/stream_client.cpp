@@ -4,7 +4,6 @@
 
 #include <QHostAddress>
 #include <QHostInfo>
-#include <QSocketNotifier>
 #include <cerrno>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -12,8 +11,9 @@
 
 namespace cvl {
 
-StreamClient::StreamClient(QObject* parent)
-    : QObject(parent) {}
+StreamClient::StreamClient(EventLoop& loop, QObject* parent)
+    : QObject(parent)
+    , loop_(loop) {}
 
 StreamClient::~StreamClient() {
     close();
@@ -55,21 +55,27 @@ void StreamClient::lookedUp(const QHostInfo& info) {
         fail();
         return;
     }
-    writeNotifier_ = new QSocketNotifier(descriptor_, QSocketNotifier::Write, this);
-    connect(writeNotifier_, &QSocketNotifier::activated, this, &StreamClient::connectionReady);
+    const bool watched =
+        watch_.start(loop_, descriptor_, EventLoop::Writable, [this](unsigned ready) {
+            if ((ready & EventLoop::Writable) != 0 && watch_.interest() == EventLoop::Writable) {
+                connectionReady();
+            } else {
+                readable();
+            }
+        });
+    if (!watched) {
+        fail();
+    }
 }
 
 void StreamClient::connectionReady() {
-    delete writeNotifier_;
-    writeNotifier_ = nullptr;
     int error = 0;
     socklen_t length = sizeof error;
     if (::getsockopt(descriptor_, SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0) {
         fail();
         return;
     }
-    readNotifier_ = new QSocketNotifier(descriptor_, QSocketNotifier::Read, this);
-    connect(readNotifier_, &QSocketNotifier::activated, this, &StreamClient::readable);
+    watch_.setInterest(EventLoop::Readable);
     emit connected();
 }
 
@@ -126,10 +132,7 @@ void StreamClient::close() {
         QHostInfo::abortHostLookup(lookupId_);
         lookupId_ = -1;
     }
-    delete readNotifier_;
-    readNotifier_ = nullptr;
-    delete writeNotifier_;
-    writeNotifier_ = nullptr;
+    watch_.reset();
     if (descriptor_ >= 0) {
         ::close(descriptor_);
         descriptor_ = -1;

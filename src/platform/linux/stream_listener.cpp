@@ -2,7 +2,6 @@
 #include "platform/linux/bound_socket.h"
 #include "platform/linux/mapped_address.h"
 
-#include <QTimer>
 #include <cerrno>
 #include <chrono>
 #include <sys/socket.h>
@@ -25,12 +24,12 @@ bool outOfResources(int error) {
 
 } // namespace
 
-StreamListener::StreamListener(QObject* parent)
+StreamListener::StreamListener(EventLoop& loop, QObject* parent)
     : QObject(parent)
-    , resourceRetry_(new QTimer(this)) {
-    resourceRetry_->setSingleShot(true);
-    resourceRetry_->setInterval(kResourceRetry);
-    connect(resourceRetry_, &QTimer::timeout, this, &StreamListener::updateWatch);
+    , loop_(loop)
+    , resourceRetry_(loop, [this] { updateWatch(); }) {
+    resourceRetry_.setSingleShot(true);
+    resourceRetry_.setInterval(kResourceRetry);
 }
 
 StreamListener::~StreamListener() {
@@ -51,7 +50,7 @@ StreamListener::ListenResult StreamListener::listen(quint16 port) {
             return inUse ? ListenResult::AddressInUse : ListenResult::Failed;
         }
     }
-    if (!sockets_.watch([this](std::size_t family) { acceptPending(family); })) {
+    if (!sockets_.watch(loop_, [this](std::size_t family) { acceptPending(family); })) {
         return ListenResult::Failed;
     }
     port_ = bound.port;
@@ -60,7 +59,7 @@ StreamListener::ListenResult StreamListener::listen(quint16 port) {
 }
 
 void StreamListener::close() {
-    resourceRetry_->stop();
+    resourceRetry_.stop();
     sockets_.close();
     port_ = 0;
 }
@@ -90,7 +89,7 @@ void StreamListener::discardPending() {
 }
 
 void StreamListener::updateWatch() {
-    sockets_.setWatching(!paused_ && !resourceRetry_->isActive());
+    sockets_.setWatching(!paused_ && !resourceRetry_.isActive());
 }
 
 void StreamListener::acceptPending(std::size_t family) {
@@ -113,7 +112,7 @@ void StreamListener::acceptPending(std::size_t family) {
         }
         if (outOfResources(errno)) {
             // The client stays in the backlog; try again once something may have closed.
-            resourceRetry_->start();
+            resourceRetry_.start();
             updateWatch();
             return;
         }
