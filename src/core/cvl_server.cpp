@@ -27,7 +27,7 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , daytimeService_(std::make_unique<DaytimeService>(*this, platform.clock))
     , unixTimeService_(std::make_unique<UnixTimeService>(*this))
     , ntpService_(std::make_unique<NtpService>(*this))
-    , timeQuery_(new TimeQuery(platform.clock, timeBase_, this))
+    , timeQuery_(new TimeQuery(platform.loop, platform.clock, timeBase_, this))
     , updateCheck_(new UpdateCheck(platform.loop, *this, platform.prompter, platform.launcher,
                                    platform.host.programFolder(), options_.updateHost,
                                    options_.updatePort, AppVersion(), this))
@@ -412,7 +412,7 @@ bool CVL_Server::isSyncAnswer(QByteArrayView datagram, const PeerAddress& from) 
     return timeQuery_->isAnswer(datagram, from, strictSync_);
 }
 
-void CVL_Server::acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) {
+void CVL_Server::acceptSyncAnswer(QByteArrayView answer, const PeerAddress& from) {
     // Our own answer is not traffic served.
     listeners_->udpRequests(ServiceId::Ntp).decrement();
     timeQuery_->accept(answer, from);

@@ -190,7 +190,7 @@ public:
     [[nodiscard]] bool AwaitingReply() const override;
     [[nodiscard]] bool isSyncAnswer(QByteArrayView datagram,
                                     const PeerAddress& from) const override;
-    void acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) override;
+    void acceptSyncAnswer(QByteArrayView answer, const PeerAddress& from) override;
     void syncDatagramFailed() override;
     [[nodiscard]] NtpReference ntpReference() const override;
     void noteNtpMilliseconds(int ms) override { lastNtpMs_ = ms; }

@@ -133,9 +133,9 @@ void ServiceListeners::connectionRequested(ServiceId id, int descriptor, const P
     }
     service.tcp->accepted(index);
     const ServiceRow& row = serviceRow(id);
-    QString shown = addressText(socket.peerAddress());
+    QString shown = QString::fromLatin1(peer.text());
     if (row.acceptShowsPort) {
-        shown += QLatin1Char(':') + QString::number(socket.peerPort());
+        shown += QLatin1Char(':') + QString::number(peer.port());
     }
     emit clientShown(0, shown);
     if (row.countsTcpAccepts) {
@@ -153,7 +153,8 @@ void ServiceListeners::answerAtOnce(ServiceId id, int descriptor, const PeerAddr
     Service& service = at(id);
     // The connection is answered and closed within this call: no socket of the array is
     // needed for it, nor any round of the event loop.
-    ImmediateConnection connection(descriptor, peer.text(), service.tcp->listener().serverPort());
+    ImmediateConnection connection(descriptor, QString::fromLatin1(peer.text()),
+                                   service.tcp->listener().serverPort());
     emit clientShown(0, connection.peerText());
     if (serviceRow(id).countsTcpAccepts && !service.tcpRequests.increment()) {
         return;

@@ -7,11 +7,11 @@
 #include "platform/peer_address.h"
 
 #include <QByteArrayView>
-#include <QHostAddress>
 #include <QObject>
 #include <QString>
 #include <array>
 #include <memory>
+#include <netinet/in.h> // the batch buffers below hold the kernel's addresses
 
 namespace cvl {
 
@@ -64,7 +64,6 @@ public:
     // woken once a batch instead of once a datagram. Outside readPending() it goes at once.
     void sendWithBatch(QByteArrayView data, const PeerAddress& to);
     static constexpr int kQueuedBytes = 48;
-    bool send(QByteArrayView data, const QHostAddress& to, quint16 port);
 
 signals:
     // Datagrams wait to be read.

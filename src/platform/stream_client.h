@@ -4,14 +4,13 @@
 #pragma once
 
 #include "platform/event_loop.h"
+#include "platform/host_lookup.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QObject>
-#include <QString>
 #include <cstdint>
-
-class QHostInfo;
+#include <string>
 
 namespace cvl {
 
@@ -24,7 +23,7 @@ public:
     StreamClient& operator=(const StreamClient&) = delete;
 
     // Drops whatever the connection was doing and connects anew.
-    void connectToHost(const QString& host, quint16 port);
+    void connectToHost(const std::string& host, std::uint16_t port);
     // Sends the bytes, or as many as fit now (requests here are small); false on failure.
     bool write(QByteArrayView bytes);
     // Closes the connection, or stops a lookup or connection in progress. Nothing more is told.
@@ -39,16 +38,15 @@ signals:
     void failed();
 
 private:
-    void lookedUp(const QHostInfo& info);
+    void lookedUp(const std::vector<PeerAddress>& addresses);
     void connectionReady();
     void readable();
     void fail();
 
     int descriptor_ = -1;
-    int lookupId_ = -1;
-    quint16 port_ = 0;
     std::uint64_t generation_ = 0; // counts closes, so a handler's close is noticed
     EventLoop& loop_;
+    HostLookup lookup_;
     // Writable while connecting, readable once connected.
     SocketWatch watch_;
 };

@@ -20,7 +20,7 @@ void NtpService::datagramArrived(DatagramSocket& socket, const Datagram& request
     [[maybe_unused]] const bool counted = host_.countRequest(ServiceId::Ntp, Transport::Udp);
     if (request.size == kNtpPacketSize) {
         if (host_.AwaitingReply() && host_.isSyncAnswer(request.data, request.sender)) {
-            host_.acceptSyncAnswer(request.data, request.sender.hostAddress());
+            host_.acceptSyncAnswer(request.data, request.sender);
             return;
         }
         serveDatagram(socket, request);
@@ -49,7 +49,10 @@ void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) 
 void NtpService::connectionReadyRead(QTcpSocket& socket, int) {
     // Each arrival is taken as the whole request, as a datagram would be.
     const QByteArray request = socket.readAll();
-    const QString client = addressText(socket.peerAddress());
+    const QHostAddress peer = socket.peerAddress();
+    bool isV4 = false;
+    const quint32 v4 = peer.toIPv4Address(&isV4);
+    const QString client = isV4 ? QString::fromLatin1(ipv4Text(v4)) : peer.toString();
     if (request.size() != kNtpPacketSize) {
         logError(request.size(), 0, client, loggedPort(socket.localPort()), QStringLiteral("TCP"));
         socket.close();

@@ -9,7 +9,6 @@
 #include "timebase/time_base.h"
 
 #include <QByteArrayView>
-#include <QHostAddress>
 #include <QString>
 
 namespace cvl {
@@ -41,7 +40,7 @@ public:
     [[nodiscard]] virtual bool AwaitingReply() const = 0;
     [[nodiscard]] virtual bool isSyncAnswer(QByteArrayView datagram,
                                             const PeerAddress& from) const = 0;
-    virtual void acceptSyncAnswer(QByteArrayView answer, const QHostAddress& from) = 0;
+    virtual void acceptSyncAnswer(QByteArrayView answer, const PeerAddress& from) = 0;
     // A one-byte datagram while waiting: the query failed, try another server.
     virtual void syncDatagramFailed() = 0;
     [[nodiscard]] virtual NtpReference ntpReference() const = 0;

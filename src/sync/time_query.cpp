@@ -3,61 +3,37 @@
 #include "core/leading_number.h"
 #include "platform/peer_address.h"
 
-#include <QHostInfo>
 #include <algorithm>
 
 namespace cvl {
 
-TimeQuery::TimeQuery(Clock& clock, TimeBase& timeBase, QObject* parent)
+TimeQuery::TimeQuery(EventLoop& loop, Clock& clock, TimeBase& timeBase, QObject* parent)
     : QObject(parent)
     , clock_(clock)
-    , timeBase_(timeBase) {}
+    , timeBase_(timeBase)
+    , lookup_(loop) {}
 
-TimeQuery::~TimeQuery() {
-    if (lookupId_ >= 0) {
-        QHostInfo::abortHostLookup(lookupId_);
-    }
-}
+TimeQuery::~TimeQuery() = default;
 
 void TimeQuery::send(DatagramSocket& socket, const QString& host, quint16 port) {
-    if (lookupId_ >= 0) {
-        QHostInfo::abortHostLookup(lookupId_); // a newer query replaces a pending one
-        lookupId_ = -1;
-    }
     socket_ = &socket;
-    port_ = port;
-    const QHostAddress literal(host);
-    if (!literal.isNull()) {
-        transmit(literal);
-        return;
-    }
-    lookupId_ = QHostInfo::lookupHost(host, this, &TimeQuery::lookedUp);
+    // A newer query replaces a pending lookup.
+    lookup_.start(host.toStdString(), port,
+                  [this](const std::vector<PeerAddress>& addresses) { lookedUp(addresses); });
 }
 
-void TimeQuery::lookedUp(const QHostInfo& info) {
-    if (info.lookupId() != lookupId_) {
-        return;
-    }
-    lookupId_ = -1;
+void TimeQuery::lookedUp(const std::vector<PeerAddress>& addresses) {
     // The reference identifier is an IPv4 address, so IPv4 is preferred.
-    QHostAddress chosen;
-    for (const QHostAddress& address : info.addresses()) {
-        if (address.protocol() == QAbstractSocket::IPv4Protocol) {
-            chosen = address;
-            break;
-        }
-        if (chosen.isNull()) {
-            chosen = address;
-        }
-    }
-    if (chosen.isNull()) {
+    const auto v4 = std::find_if(addresses.begin(), addresses.end(),
+                                 [](const PeerAddress& address) { return address.isIPv4(); });
+    if (addresses.empty()) {
         emit sendFailed();
         return;
     }
-    transmit(chosen);
+    transmit(v4 != addresses.end() ? *v4 : addresses.front());
 }
 
-void TimeQuery::transmit(const QHostAddress& address) {
+void TimeQuery::transmit(const PeerAddress& address) {
     if (socket_.isNull()) {
         emit sendFailed();
         return;
@@ -67,7 +43,7 @@ void TimeQuery::transmit(const QHostAddress& address) {
     std::copy(requestStamp_.begin(), requestStamp_.end(), request.begin() + 40);
 
     awaitingReply_ = true;
-    sentTo_ = peerAddress(address, port_);
+    sentTo_ = address;
     sendStamp_ = timeBase_.GrabTime().value_or(NtpTimestamp{});
     sendTicks_ = static_cast<std::int32_t>(clock_.tickCountMs());
     // With the NTP service's UDP socket closed, the query goes out from a socket bound just
@@ -75,7 +51,7 @@ void TimeQuery::transmit(const QHostAddress& address) {
     if (!socket_->isBound()) {
         socket_->bind(0);
     }
-    if (!socket_->send(QByteArrayView(request.data(), qsizetype(request.size())), address, port_)) {
+    if (!socket_->send(QByteArrayView(request.data(), qsizetype(request.size())), address)) {
         emit sendFailed();
     } else {
         emit sent();
@@ -103,7 +79,7 @@ bool TimeQuery::isAnswer(QByteArrayView datagram, const PeerAddress& from, bool 
     return (mode == 4 || mode == 5) && hasTransmitStamp;
 }
 
-void TimeQuery::accept(QByteArrayView answer, const QHostAddress& from) {
+void TimeQuery::accept(QByteArrayView answer, const PeerAddress& from) {
     awaitingReply_ = false;
     sendTicks_ =
         static_cast<std::int32_t>(clock_.tickCountMs() - static_cast<std::uint32_t>(sendTicks_));
@@ -122,7 +98,7 @@ void TimeQuery::accept(QByteArrayView answer, const QHostAddress& from) {
     }
     serverToolTip_ = syncToolTip(setting, syncMessage_);
 
-    refServerIP_ = addressText(from);
+    refServerIP_ = QString::fromStdString(from.text());
     const QStringList parts = refServerIP_.split(QLatin1Char('.'));
     for (std::size_t i = 0; i < refAddress_.size(); ++i) {
         const qsizetype part = static_cast<qsizetype>(i);

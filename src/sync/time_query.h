@@ -6,13 +6,12 @@
 
 #include "platform/clock.h"
 #include "platform/datagram_socket.h"
+#include "platform/host_lookup.h"
 #include "platform/peer_address.h"
 #include "sync/clock_adjustment.h"
 #include "timebase/time_base.h"
 
 #include <QByteArrayView>
-#include <QHostAddress>
-#include <QHostInfo>
 #include <QObject>
 #include <QPointer>
 #include <array>
@@ -22,7 +21,7 @@ namespace cvl {
 class TimeQuery final : public QObject {
     Q_OBJECT
 public:
-    TimeQuery(Clock& clock, TimeBase& timeBase, QObject* parent = nullptr);
+    TimeQuery(EventLoop& loop, Clock& clock, TimeBase& timeBase, QObject* parent = nullptr);
     ~TimeQuery() override;
 
     // Sends one request to host:port from `socket`; sendFailed() when that cannot be done.
@@ -36,7 +35,7 @@ public:
     [[nodiscard]] bool isAnswer(QByteArrayView datagram, const PeerAddress& from,
                                 bool strict = false) const;
     // Takes an answer: steps the clock and records the reference. Emits synchronised().
-    void accept(QByteArrayView answer, const QHostAddress& from);
+    void accept(QByteArrayView answer, const PeerAddress& from);
 
     [[nodiscard]] const QString& SyncMessage() const { return syncMessage_; }
     [[nodiscard]] const QString& serverToolTip() const { return serverToolTip_; }
@@ -53,17 +52,16 @@ signals:
     void synchronised();
 
 private:
-    void lookedUp(const QHostInfo& info);
-    void transmit(const QHostAddress& address);
+    void lookedUp(const std::vector<PeerAddress>& addresses);
+    void transmit(const PeerAddress& address);
 
     Clock& clock_;
     TimeBase& timeBase_;
 
     // The query in flight.
     QPointer<DatagramSocket> socket_;
-    quint16 port_ = 123;
+    HostLookup lookup_;
     PeerAddress sentTo_;
-    int lookupId_ = -1;
     bool awaitingReply_ = false;
     NtpTimestamp requestStamp_{}; // never filled: requests go out with a zero transmit stamp
     NtpTimestamp sendStamp_{};

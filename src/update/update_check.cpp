@@ -54,7 +54,7 @@ void UpdateCheck::QBKUpdate() {
     BytesReceived = 0;
     qbk.close();
     // A connection that cannot be made ends up in failed(), which says nothing.
-    qbk.connectToHost(updateHost_, updatePort_);
+    qbk.connectToHost(updateHost_.toStdString(), updatePort_);
 }
 
 void UpdateCheck::sendRequest() {

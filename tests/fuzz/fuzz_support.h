@@ -30,12 +30,7 @@ inline Datagram loopbackDatagram(const std::vector<char>& bytes, quint16 port) {
     Datagram datagram;
     datagram.data = QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size()));
     datagram.size = datagram.data.size();
-    datagram.sender.address.sin6_family = AF_INET6;
-    datagram.sender.address.sin6_port = htons(port);
-    datagram.sender.address.sin6_addr.s6_addr[10] = 0xFF;
-    datagram.sender.address.sin6_addr.s6_addr[11] = 0xFF;
-    datagram.sender.address.sin6_addr.s6_addr[12] = 127;
-    datagram.sender.address.sin6_addr.s6_addr[15] = 1;
+    datagram.sender = PeerAddress::fromIPv4(0x7F000001, port);
     datagram.senderText = QStringLiteral("127.0.0.1");
     return datagram;
 }

@@ -108,10 +108,10 @@ Datagram DatagramSocket::datagram(int index) {
     datagram.size = sizes_[i];
     datagram.data =
         QByteArrayView(buffers_.get() + i * kKeptBytes, std::min(sizes_[i], kKeptBytes));
-    datagram.sender.address = peers_[i];
+    datagram.sender = peerFromSocketAddress(peers_[i]);
     if (!(datagram.sender == lastPeer_) || lastPeerText_.isEmpty()) {
         lastPeer_ = datagram.sender;
-        lastPeerText_ = datagram.sender.text();
+        lastPeerText_ = QString::fromLatin1(datagram.sender.text());
     }
     datagram.senderText = lastPeerText_;
     return datagram;
@@ -123,14 +123,16 @@ bool DatagramSocket::send(QByteArrayView data, const PeerAddress& to) {
     header.msg_iov = &vector;
     header.msg_iovlen = 1;
     sockaddr_in v4{};
-    setDestination(header, to.address, v4);
-    const int fd = socketFor(to.address);
+    const sockaddr_in6 destination = socketAddressOf(to);
+    setDestination(header, destination, v4);
+    const int fd = socketFor(destination);
     return fd >= 0 && ::sendmsg(fd, &header, MSG_DONTWAIT) == data.size();
 }
 
 int DatagramSocket::sendBytewise(QByteArrayView data, const PeerAddress& to) {
     constexpr std::size_t most = 8;
-    const int fd = socketFor(to.address);
+    const sockaddr_in6 destination = socketAddressOf(to);
+    const int fd = socketFor(destination);
     if (fd < 0 || data.size() > qsizetype{most}) {
         return 0;
     }
@@ -141,7 +143,7 @@ int DatagramSocket::sendBytewise(QByteArrayView data, const PeerAddress& to) {
         vectors[i] = {const_cast<char*>(data.data() + i), 1};
         messages[i].msg_hdr.msg_iov = &vectors[i];
         messages[i].msg_hdr.msg_iovlen = 1;
-        setDestination(messages[i].msg_hdr, to.address, v4);
+        setDestination(messages[i].msg_hdr, destination, v4);
     }
     const int sent =
         ::sendmmsg(fd, messages.data(), static_cast<unsigned>(data.size()), MSG_DONTWAIT);
@@ -156,7 +158,7 @@ void DatagramSocket::sendWithBatch(QByteArrayView data, const PeerAddress& to) {
     const auto i = static_cast<std::size_t>(queued_++);
     std::copy(data.begin(), data.end(), replies_[i].begin());
     replySizes_[i] = static_cast<int>(data.size());
-    replyPeers_[i] = to.address;
+    replyPeers_[i] = socketAddressOf(to);
     if (queued_ == kBatch) {
         flushReplies();
     }
@@ -186,11 +188,6 @@ void DatagramSocket::flushReplies() {
         sendEach(fd, messages.data() + start, end - start);
         start = end;
     }
-}
-
-bool DatagramSocket::send(QByteArrayView data, const QHostAddress& to, quint16 port) {
-    // An IPv4 peer comes in the mapped form; send() picks the IPv4 socket for it.
-    return send(data, peerAddress(to, port));
 }
 
 } // namespace cvl

@@ -2,8 +2,6 @@
 #include "platform/linux/mapped_address.h"
 #include "platform/peer_address.h"
 
-#include <QHostAddress>
-#include <QHostInfo>
 #include <cerrno>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -13,34 +11,27 @@ namespace cvl {
 
 StreamClient::StreamClient(EventLoop& loop, QObject* parent)
     : QObject(parent)
-    , loop_(loop) {}
+    , loop_(loop)
+    , lookup_(loop) {}
 
 StreamClient::~StreamClient() {
     close();
 }
 
-void StreamClient::connectToHost(const QString& host, quint16 port) {
+void StreamClient::connectToHost(const std::string& host, std::uint16_t port) {
     close();
-    port_ = port;
-    const QHostAddress literal(host);
-    if (!literal.isNull()) {
-        QHostInfo info;
-        info.setAddresses({literal});
-        lookedUp(info);
-        return;
-    }
-    lookupId_ = QHostInfo::lookupHost(host, this, &StreamClient::lookedUp);
+    lookup_.start(host, port,
+                  [this](const std::vector<PeerAddress>& addresses) { lookedUp(addresses); });
 }
 
-void StreamClient::lookedUp(const QHostInfo& info) {
-    lookupId_ = -1;
-    if (info.addresses().isEmpty()) {
+void StreamClient::lookedUp(const std::vector<PeerAddress>& addresses) {
+    if (addresses.empty()) {
         fail();
         return;
     }
-    const PeerAddress peer = peerAddress(info.addresses().constFirst(), port_);
-    const bool v4 = isMappedIPv4(peer.address);
-    const sockaddr_in unmapped = unmappedIPv4(peer.address);
+    const sockaddr_in6 address = socketAddressOf(addresses.front());
+    const bool v4 = isMappedIPv4(address);
+    const sockaddr_in unmapped = unmappedIPv4(address);
     descriptor_ = ::socket(v4 ? AF_INET : AF_INET6, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (descriptor_ < 0) {
         fail();
@@ -48,8 +39,7 @@ void StreamClient::lookedUp(const QHostInfo& info) {
     }
     const int result =
         v4 ? ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&unmapped), sizeof unmapped)
-           : ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&peer.address),
-                       sizeof peer.address);
+           : ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     // Done at once or under way: either way writability tells the outcome.
     if (result != 0 && errno != EINPROGRESS) {
         fail();
@@ -128,10 +118,7 @@ void StreamClient::fail() {
 
 void StreamClient::close() {
     ++generation_;
-    if (lookupId_ >= 0) {
-        QHostInfo::abortHostLookup(lookupId_);
-        lookupId_ = -1;
-    }
+    lookup_.cancel();
     watch_.reset();
     if (descriptor_ >= 0) {
         ::close(descriptor_);

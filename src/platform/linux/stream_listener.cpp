@@ -96,15 +96,15 @@ void StreamListener::acceptPending(std::size_t family) {
     // A client's handler may close the listener: the descriptor is looked up each round.
     for (int i = 0; i < kAcceptsPerCall && sockets_.fd(family) >= 0 && !paused_; ++i) {
         const int fd = sockets_.fd(family);
-        PeerAddress peer;
-        socklen_t size = sizeof peer.address;
-        const int connection = ::accept4(fd, reinterpret_cast<sockaddr*>(&peer.address), &size,
+        sockaddr_in6 address{};
+        socklen_t size = sizeof address;
+        const int connection = ::accept4(fd, reinterpret_cast<sockaddr*>(&address), &size,
                                          SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (connection >= 0) {
             if (family == FamilySockets::kIPv4) {
-                mapIPv4InPlace(peer.address);
+                mapIPv4InPlace(address);
             }
-            emit connectionRequested(connection, peer);
+            emit connectionRequested(connection, peerFromSocketAddress(address));
             continue;
         }
         if (errno == EAGAIN || errno == EWOULDBLOCK) {
