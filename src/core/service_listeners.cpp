@@ -18,21 +18,21 @@ ServiceListeners::ServiceListeners(EventLoop& loop, QObject* parent,
         // Until a saved value says otherwise, a port box shows the service's usual port.
         service.controls.portText = QString::number(row.defaultPort);
         service.protocol = silent_.get();
-        service.tcp = new TcpSocketArray(loop, this, idleLimit);
+        service.tcp = std::make_unique<TcpSocketArray>(loop, idleLimit);
         service.udp = new DatagramSocket(loop, this);
 
         const ServiceId id = row.id;
-        TcpSocketArray* array = service.tcp;
-        connect(&array->listener(), &StreamListener::connectionRequested, this,
+        TcpSocketArray& array = *service.tcp;
+        connect(&array.listener(), &StreamListener::connectionRequested, this,
                 [this, id](int descriptor, const PeerAddress& peer) {
                     connectionRequested(id, descriptor, peer);
                 });
-        connect(array, &TcpSocketArray::readyRead, this, [this, id](int index) {
+        array.onReceived = [this, id](int index) {
             at(id).protocol->connectionReadyRead(at(id).tcp->at(index), index);
-        });
-        connect(array, &TcpSocketArray::bytesWritten, this, [this, id](int index, qint64) {
+        };
+        array.onWritten = [this, id](int index) {
             at(id).protocol->connectionBytesWritten(at(id).tcp->at(index), index);
-        });
+        };
         connect(service.udp, &DatagramSocket::readyRead, this, [this, id] {
             Service& target = at(id);
             target.udp->readPending([&target](const Datagram& datagram) {
@@ -126,9 +126,8 @@ void ServiceListeners::connectionRequested(ServiceId id, int descriptor, const P
         return;
     }
     const int index = InitTCP(id);
-    QTcpSocket& socket = service.tcp->at(index);
-    if (!socket.setSocketDescriptor(descriptor)) {
-        ::close(descriptor);
+    StreamConnection& socket = service.tcp->at(index);
+    if (!socket.adopt(descriptor, peer, service.tcp->listener().serverPort())) {
         return;
     }
     service.tcp->accepted(index);

@@ -97,7 +97,7 @@ signals:
 private:
     struct Service {
         ServiceControls controls;
-        TcpSocketArray* tcp = nullptr;
+        std::unique_ptr<TcpSocketArray> tcp;
         DatagramSocket* udp = nullptr;
         ServiceProtocol* protocol = nullptr;
         RequestCounter tcpRequests;

@@ -1,11 +1,12 @@
 #include "core/tcp_socket_array.h"
 
+#include <algorithm>
+
 namespace cvl {
 
-TcpSocketArray::TcpSocketArray(EventLoop& loop, QObject* parent,
-                               std::chrono::milliseconds idleLimit)
-    : QObject(parent)
-    , listener_(loop, this)
+TcpSocketArray::TcpSocketArray(EventLoop& loop, std::chrono::milliseconds idleLimit)
+    : loop_(loop)
+    , listener_(loop)
     , idleCheck_(loop, [this] { closeIdle(); })
     , idleLimit_(idleLimit) {
     idleCheck_.setInterval(
@@ -23,12 +24,12 @@ void TcpSocketArray::closeIdle() {
     const auto now = std::chrono::steady_clock::now();
     bool anyOpen = false;
     for (std::size_t i = 0; i < connections_.size(); ++i) {
-        QTcpSocket* socket = connections_[i];
-        if (socket->state() == QAbstractSocket::UnconnectedState) {
+        StreamConnection& connection = *connections_[i];
+        if (!connection.isOpen()) {
             continue;
         }
         if (now - lastActivity_[i] >= idleLimit_) {
-            socket->abort();
+            connection.abort();
         } else {
             anyOpen = true;
         }
@@ -40,23 +41,25 @@ void TcpSocketArray::closeIdle() {
 
 int TcpSocketArray::freeIndex() {
     for (int i = 1; i <= upperBound(); ++i) {
-        if (at(i).state() == QAbstractSocket::UnconnectedState) {
+        if (!at(i).isOpen()) {
             return i;
         }
     }
-    auto* socket = new QTcpSocket(this);
-    connections_.push_back(socket);
+    connections_.push_back(std::make_unique<StreamConnection>(loop_));
     lastActivity_.emplace_back();
     const int index = upperBound();
-    connect(socket, &QTcpSocket::readyRead, this, [this, index] {
+    StreamConnection& connection = *connections_.back();
+    connection.onReceived = [this, index] {
         lastActivity_[static_cast<std::size_t>(index - 1)] = std::chrono::steady_clock::now();
-        emit readyRead(index);
-    });
-    connect(socket, &QTcpSocket::bytesWritten, this,
-            [this, index](qint64 bytes) { emit bytesWritten(index, bytes); });
-    // A peer that goes away or fails simply closes its element, ready for reuse.
-    connect(socket, &QTcpSocket::disconnected, socket, &QTcpSocket::close);
-    connect(socket, &QTcpSocket::errorOccurred, socket, &QTcpSocket::close);
+        if (onReceived) {
+            onReceived(index);
+        }
+    };
+    connection.onWritten = [this, index] {
+        if (onWritten) {
+            onWritten(index);
+        }
+    };
     return index;
 }
 

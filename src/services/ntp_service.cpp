@@ -46,15 +46,13 @@ void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) 
     GrabTCP123(request.data, *receive, nullptr, &socket, request.sender);
 }
 
-void NtpService::connectionReadyRead(QTcpSocket& socket, int) {
+void NtpService::connectionReadyRead(StreamConnection& socket, int) {
     // Each arrival is taken as the whole request, as a datagram would be.
-    const QByteArray request = socket.readAll();
-    const QHostAddress peer = socket.peerAddress();
-    bool isV4 = false;
-    const quint32 v4 = peer.toIPv4Address(&isV4);
-    const QString client = isV4 ? QString::fromLatin1(ipv4Text(v4)) : peer.toString();
-    if (request.size() != kNtpPacketSize) {
-        logError(request.size(), 0, client, loggedPort(socket.localPort()), QStringLiteral("TCP"));
+    const std::string request = socket.takeReceived();
+    const QString client = QString::fromLatin1(socket.peer().text());
+    if (static_cast<qsizetype>(request.size()) != kNtpPacketSize) {
+        logError(static_cast<qint64>(request.size()), 0, client, loggedPort(socket.localPort()),
+                 QStringLiteral("TCP"));
         socket.close();
         return;
     }
@@ -65,17 +63,18 @@ void NtpService::connectionReadyRead(QTcpSocket& socket, int) {
     }
     host_.CVLWLOG(kGoodNote, client, loggedPort(socket.localPort()), 48, kName,
                   QStringLiteral("TCP"));
-    GrabTCP123(request, *receive, &socket, nullptr, {});
+    GrabTCP123(QByteArrayView(request.data(), kNtpPacketSize), *receive, &socket, nullptr, {});
 }
 
-void NtpService::connectionBytesWritten(QTcpSocket& socket, int) {
+void NtpService::connectionBytesWritten(StreamConnection& socket, int) {
     if (socket.bytesToWrite() == 0) {
         socket.close(); // the answer is out
     }
 }
 
 void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
-                            QTcpSocket* connection, DatagramSocket* socket, const PeerAddress& to) {
+                            StreamConnection* connection, DatagramSocket* socket,
+                            const PeerAddress& to) {
     const std::optional<NtpTimestamp> transmit = host_.timeBase().GrabTime();
     if (!transmit) {
         if (connection != nullptr) {
@@ -88,7 +87,7 @@ void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
     host_.light(Lamp::DataOut);
     const auto* data = reinterpret_cast<const char*>(reply.data());
     if (connection != nullptr) {
-        if (connection->write(data, kNtpPacketSize) != kNtpPacketSize) {
+        if (!connection->write(std::string_view(data, kNtpPacketSize))) {
             connection->close();
             host_.StatusUp();
         }

@@ -12,16 +12,16 @@ class NtpService final : public ServiceProtocol {
 public:
     explicit NtpService(ServiceHost& host);
 
-    void connectionAccepted(QTcpSocket&, int) override {}
-    void connectionReadyRead(QTcpSocket& socket, int index) override;
-    void connectionBytesWritten(QTcpSocket& socket, int index) override;
+    void connectionAccepted(StreamConnection&, int) override {}
+    void connectionReadyRead(StreamConnection& socket, int index) override;
+    void connectionBytesWritten(StreamConnection& socket, int index) override;
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
     void serveDatagram(DatagramSocket& socket, const Datagram& request);
     // Builds the reply and sends it, on the connection when there is one, else to `to`.
-    void GrabTCP123(QByteArrayView request, const NtpTimestamp& receive, QTcpSocket* connection,
-                    DatagramSocket* socket, const PeerAddress& to);
+    void GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
+                    StreamConnection* connection, DatagramSocket* socket, const PeerAddress& to);
     void logError(qint64 size, int error, const QString& client, std::int16_t port,
                   const QString& transport);
 

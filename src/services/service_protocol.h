@@ -5,7 +5,9 @@
 
 #include "platform/datagram_socket.h"
 
-#include <QTcpSocket>
+#include "platform/stream_connection.h"
+
+#include <QString>
 
 namespace cvl {
 
@@ -40,9 +42,9 @@ public:
     virtual void answerAtOnce(ImmediateConnection&) {}
 
     // A client was accepted on element `index` of the service's socket array.
-    virtual void connectionAccepted(QTcpSocket& socket, int index) = 0;
-    virtual void connectionReadyRead(QTcpSocket& socket, int index) = 0;
-    virtual void connectionBytesWritten(QTcpSocket& socket, int index) = 0;
+    virtual void connectionAccepted(StreamConnection& socket, int index) = 0;
+    virtual void connectionReadyRead(StreamConnection& socket, int index) = 0;
+    virtual void connectionBytesWritten(StreamConnection& socket, int index) = 0;
     // A datagram arrived on the service's UDP socket.
     virtual void datagramArrived(DatagramSocket& socket, const Datagram& datagram) = 0;
 };
@@ -51,19 +53,19 @@ public:
 class ImmediateServiceProtocol : public ServiceProtocol {
 public:
     [[nodiscard]] bool answersAtOnce() const final { return true; }
-    void connectionAccepted(QTcpSocket&, int) final {}
-    void connectionReadyRead(QTcpSocket&, int) final {}
-    void connectionBytesWritten(QTcpSocket&, int) final {}
+    void connectionAccepted(StreamConnection&, int) final {}
+    void connectionReadyRead(StreamConnection&, int) final {}
+    void connectionBytesWritten(StreamConnection&, int) final {}
 };
 
 // Takes everything in and answers nothing: the reply of a service whose answer is empty.
 class SilentProtocol final : public ServiceProtocol {
 public:
-    void connectionAccepted(QTcpSocket&, int) override {}
-    void connectionReadyRead(QTcpSocket& socket, int) override {
-        socket.skip(socket.bytesAvailable());
+    void connectionAccepted(StreamConnection&, int) override {}
+    void connectionReadyRead(StreamConnection& socket, int) override {
+        (void)socket.takeReceived();
     }
-    void connectionBytesWritten(QTcpSocket&, int) override {}
+    void connectionBytesWritten(StreamConnection&, int) override {}
     void datagramArrived(DatagramSocket&, const Datagram&) override {}
 };
 

@@ -1,0 +1,165 @@
+#include "platform/stream_connection.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <utility>
+
+namespace cvl {
+
+namespace {
+
+// Per pass of the loop, so that one talkative client cannot hold up the others.
+constexpr int kReadRoundsPerPass = 4;
+constexpr std::size_t kReadChunk = 16384;
+
+[[nodiscard]] bool wouldBlock() {
+    return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
+}
+
+} // namespace
+
+StreamConnection::StreamConnection(EventLoop& loop)
+    : loop_(loop) {}
+
+bool StreamConnection::adopt(NativeSocket socket, const PeerAddress& peer,
+                             std::uint16_t localPort) {
+    abort();
+    if (!watch_.start(loop_, socket, EventLoop::Readable,
+                      [this](unsigned readiness) { ready(readiness); })) {
+        ::close(static_cast<int>(socket));
+        return false;
+    }
+    socket_ = socket;
+    peer_ = peer;
+    localPort_ = localPort;
+    return true;
+}
+
+std::string StreamConnection::takeReceived() {
+    std::string taken;
+    taken.swap(received_);
+    return taken;
+}
+
+bool StreamConnection::write(std::string_view bytes) {
+    if (!isOpen() || closing_) {
+        return false;
+    }
+    unsent_.append(bytes);
+    sendUnsent();
+    if (!isOpen()) {
+        return false;
+    }
+    writtenToTell_ = true;
+    updateInterest();
+    return true;
+}
+
+void StreamConnection::close() {
+    if (!isOpen()) {
+        return;
+    }
+    closing_ = true;
+    if (unsent_.empty()) {
+        // The end follows the last bytes, even when the client left some of ours unread.
+        ::shutdown(static_cast<int>(socket_), SHUT_WR);
+        abort();
+    } else {
+        updateInterest();
+    }
+}
+
+void StreamConnection::abort() {
+    ++generation_;
+    watch_.reset();
+    if (socket_ >= 0) {
+        ::close(static_cast<int>(socket_));
+        socket_ = -1;
+    }
+    received_.clear();
+    unsent_.clear();
+    writtenToTell_ = false;
+    closing_ = false;
+}
+
+void StreamConnection::ready(unsigned readiness) {
+    if ((readiness & EventLoop::Readable) != 0) {
+        readAvailable();
+    }
+    if ((readiness & EventLoop::Writable) != 0 && isOpen()) {
+        sendUnsent();
+        if (isOpen() && unsent_.empty()) {
+            if (closing_) {
+                close();
+                return;
+            }
+            if (std::exchange(writtenToTell_, false)) {
+                updateInterest();
+                if (onWritten) {
+                    onWritten();
+                }
+                return;
+            }
+        }
+        if (isOpen()) {
+            updateInterest();
+        }
+    }
+}
+
+void StreamConnection::readAvailable() {
+    bool ended = false;
+    bool broken = false;
+    for (int round = 0; round < kReadRoundsPerPass; ++round) {
+        const std::size_t had = received_.size();
+        received_.resize(had + kReadChunk);
+        const ssize_t got =
+            ::recv(static_cast<int>(socket_), received_.data() + had, kReadChunk, 0);
+        received_.resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        if (got > 0) {
+            continue;
+        }
+        ended = got == 0;
+        broken = got < 0 && !wouldBlock();
+        break;
+    }
+    // What came before the end is handed on first; the handler may close the connection.
+    const std::uint64_t connection = generation_;
+    if (!received_.empty() && onReceived) {
+        onReceived();
+    }
+    if (generation_ != connection) {
+        return;
+    }
+    if (broken) {
+        abort();
+    } else if (ended) {
+        close();
+    }
+}
+
+void StreamConnection::sendUnsent() {
+    while (!unsent_.empty()) {
+        const ssize_t sent = ::send(static_cast<int>(socket_), unsent_.data(), unsent_.size(),
+                                    MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (sent < 0) {
+            if (!wouldBlock()) {
+                abort();
+            }
+            return;
+        }
+        unsent_.erase(0, static_cast<std::size_t>(sent));
+    }
+}
+
+void StreamConnection::updateInterest() {
+    // Writable is asked for while bytes wait, and once more after a write so that the notice
+    // of the bytes having gone comes from the loop, not from inside write().
+    const bool wantsWrite = !unsent_.empty() || writtenToTell_;
+    watch_.setInterest((closing_ ? 0u : unsigned{EventLoop::Readable}) |
+                       (wantsWrite ? unsigned{EventLoop::Writable} : 0u));
+}
+
+} // namespace cvl
