@@ -20,7 +20,7 @@ HeadlessStatus::HeadlessStatus(CVL_Server& server, std::function<void(const QStr
         if (server.queriesFailing() && line.startsWith(QLatin1String("Checking Time Server"))) {
             return;
         }
-        const QString& result = server.timeQuery().SyncMessage();
+        const QString result = QString::fromStdString(server.timeQuery().SyncMessage());
         show(lastTip_, !line.isEmpty() && result.startsWith(line) ? result : line);
     });
     connect(&server, &CVL_Server::statusTextChanged, this,
@@ -30,7 +30,7 @@ HeadlessStatus::HeadlessStatus(CVL_Server& server, std::function<void(const QStr
 }
 
 QString HeadlessStatus::tipLine(const QString& tipField) {
-    return visibleTip(tipField).trimmed();
+    return QString::fromStdString(std::string(visibleTip(tipField.toStdString()))).trimmed();
 }
 
 void HeadlessStatus::show(QString& last, const QString& text) {

@@ -27,7 +27,7 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , daytimeService_(std::make_unique<DaytimeService>(*this, platform.clock))
     , unixTimeService_(std::make_unique<UnixTimeService>(*this))
     , ntpService_(std::make_unique<NtpService>(*this))
-    , timeQuery_(new TimeQuery(platform.loop, platform.clock, timeBase_, this))
+    , timeQuery_(std::make_unique<TimeQuery>(platform.loop, platform.clock, timeBase_))
     , updateCheck_(new UpdateCheck(platform.loop, *this, platform.prompter, platform.launcher,
                                    platform.host.programFolder(), options_.updateHost,
                                    options_.updatePort, AppVersion(), this))
@@ -37,7 +37,8 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , windowCaption_(fixedTitle())
     , strictSync_(options_.strictSync) {
     connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
-    connect(listeners_, &ServiceListeners::clientShown, this, &CVL_Server::showClient);
+    connect(listeners_, &ServiceListeners::clientShown, this,
+            [this](int box, const QString& address) { showClient(box, address.toStdString()); });
     connect(listeners_, &ServiceListeners::lamp, this, &CVL_Server::light);
     listeners_->setProtocol(ServiceId::Time, timeService_.get());
     listeners_->setProtocol(ServiceId::Daytime, daytimeService_.get());
@@ -54,7 +55,7 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
             setStatusText(QString());
         }
     });
-    connect(timeQuery_, &TimeQuery::sendFailed, this, [this] {
+    timeQuery_->onSendFailed = [this] {
         GrabRandom();
         schedule_.retryOnNextTick();
         queriesFailing_ = true;
@@ -64,17 +65,19 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
             QStringLiteral("The reference server could not be asked (no such host, or no route "
                            "to it); %1; another server is tried every second")
                 .arg(clientsWhileUnanswered()));
-    });
-    connect(timeQuery_, &TimeQuery::sent, this, [this] { queriesFailing_ = false; });
-    connect(timeQuery_, &TimeQuery::synchronised, this, [this] {
+    };
+    timeQuery_->onSent = [this] {
+        queriesFailing_ = false;
+    };
+    timeQuery_->onSynchronised = [this] {
         unansweredTimer_.stop();
         setUnansweredText(QString());
         setTimeSynced();
-        setTipText(QLatin1Char(' ') + timeQuery_->SyncMessage() + QLatin1Char(' '));
-        emit syncMessageChanged(timeQuery_->SyncMessage());
+        setTipText(' ' + timeQuery_->SyncMessage() + ' ');
+        emit syncMessageChanged(QString::fromStdString(timeQuery_->SyncMessage()));
         emit checkingChanged(false);
         StatusUp();
-    });
+    };
 }
 
 CVL_Server::~CVL_Server() {
@@ -131,16 +134,18 @@ void CVL_Server::start(const std::function<void()>& beforeFirstSync) {
     syncTimer_.start();
 
     updateStamp_ = platform_.clock.localNow();
-    setTipText(fixedTitle() + QLatin1Char(' '));
-    log_ = std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder(),
-                                        AppVersion(), updateStamp_);
+    setTipText((fixedTitle() + QLatin1Char(' ')).toStdString());
+    log_ =
+        std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder().toStdString(),
+                                     AppVersion().toStdString(), updateStamp_);
     // Every start logs, whatever the saved setting says; the setting only decides what the
     // configuration dialog shows.
     log_->setEnabled(true);
 
     [[maybe_unused]] const auto second = timeBase_.GrabTime();
-    log_->setIdentity(platform_.host.hostName(), platform_.host.userName(),
-                      platform_.host.localAddress());
+    log_->setIdentity(platform_.host.hostName().toStdString(),
+                      platform_.host.userName().toStdString(),
+                      platform_.host.localAddress().toStdString());
 
     if (beforeFirstSync) {
         beforeFirstSync();
@@ -169,7 +174,7 @@ QString CVL_Server::serverFilePath() const {
 }
 
 void CVL_Server::ReadCVLFile() {
-    std::optional<ServerList> list = readServerFile(serverFilePath());
+    std::optional<ServerList> list = readServerFile(serverFilePath().toStdString());
     if (!list) {
         // Without the list there is nothing to synchronise from, and the settings wait for
         // it too: the update server is asked for the file.
@@ -185,8 +190,8 @@ void CVL_Server::ReadCVLFile() {
     emit serversChanged();
     readSettings();
     CalcIntC();
-    schedule_.CalcRandR(serverList_.entries, regionCode_);
-    if (!serverList_.entries.isEmpty()) {
+    schedule_.CalcRandR(serverList_.entries, regionCode_.toStdString());
+    if (!serverList_.entries.empty()) {
         selectServer(0);
     }
 }
@@ -261,11 +266,11 @@ bool CVL_Server::LogEnabled() const {
 }
 
 QString CVL_Server::logFilePath() const {
-    return log_ ? log_->currentFilePath() : QString();
+    return log_ ? QString::fromStdString(log_->currentFilePath()) : QString();
 }
 
-void CVL_Server::CVLWLOG(const QString& BytesD, const QString& RequestIP, std::int16_t ReqP,
-                         std::int32_t sentB, const QString& CVLCode, const QString& CVLType,
+void CVL_Server::CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
+                         std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
                          std::int32_t iByteTot) {
     if (log_) {
         log_->CVLWLOG(BytesD, RequestIP, ReqP, sentB, CVLCode, CVLType, iByteTot);
@@ -278,8 +283,9 @@ bool CVL_Server::countRequest(ServiceId id, Transport transport) {
     return counter.increment();
 }
 
-void CVL_Server::showClient(int box, const QString& address) {
-    remoteHosts_.at(box) = {address, platform_.clock.localNow()};
+void CVL_Server::showClient(int box, std::string_view address) {
+    remoteHosts_.at(static_cast<std::size_t>(box)) = {std::string(address),
+                                                      platform_.clock.localNow()};
 }
 
 void CVL_Server::setRunAtStartup(bool on) {
@@ -295,17 +301,18 @@ void CVL_Server::setTimeSynced() {
 
 void CVL_Server::setRegionCode(const QString& code) {
     regionCode_ = code;
-    schedule_.CalcRandR(serverList_.entries, regionCode_);
+    schedule_.CalcRandR(serverList_.entries, regionCode_.toStdString());
 }
 
 void CVL_Server::CalcIntC() {
-    if (schedule_.CalcIntC(sync_.syncN, sync_.syncUnit) && syncTimer_.isActive()) {
+    if (schedule_.CalcIntC(sync_.syncN.toStdString(), sync_.syncUnit.toStdString()) &&
+        syncTimer_.isActive()) {
         syncTimer_.start(); // restarts the one-second count
     }
 }
 
 QString CVL_Server::syncNChanged(const QString& text) {
-    sync_.syncN = SyncSchedule::keepNumeric(text);
+    sync_.syncN = QString::fromStdString(SyncSchedule::keepNumeric(text.toStdString()));
     return sync_.syncN;
 }
 
@@ -334,15 +341,14 @@ std::int32_t CVL_Server::secondsToNextSync() const {
 }
 
 void CVL_Server::selectServer(int index) {
-    if (index < 0 || index >= serverList_.entries.size()) {
+    if (index < 0 || index >= serverList_.count()) {
         return;
     }
     selectedServer_ = index;
     // Box position and host index agree only in a well-formed file; the host is taken by
     // position all the same.
     const std::size_t host = static_cast<std::size_t>(index) + 1;
-    currentServer_ =
-        host < serverList_.ServerHosts.size() ? serverList_.ServerHosts[host] : QString();
+    currentServer_ = host < serverList_.ServerHosts.size() ? serverList_.ServerHosts[host] : "";
     emit selectedServerChanged(index);
 }
 
@@ -355,23 +361,24 @@ void CVL_Server::GrabRandom() {
 void CVL_Server::SyncTimeNow() {
     // With no list, or no server in the operator's region, nothing is asked; deliberate,
     // even when a server was picked by hand.
-    if (serverList_.entries.isEmpty() || schedule_.PoolCount == 0) {
+    if (serverList_.entries.empty() || schedule_.PoolCount == 0) {
         return;
     }
     firstSyncAsked_ = true;
     if (sync_.randomCheck) {
         GrabRandom();
     }
-    if (currentServer_.isEmpty()) {
+    if (currentServer_.empty()) {
         currentServer_ = serverList_.ServerHosts[1];
     }
-    askedServer_ = currentServer_.trimmed();
+    askedServer_ = QString::fromStdString(currentServer_).trimmed().toStdString();
     askedAt_ = platform_.clock.localNow();
     unansweredTimer_.start();
     timeQuery_->send(listeners_->udpSocket(ServiceId::Ntp), askedServer_, options_.referencePort);
-    const QString selected =
-        selectedServer_ >= 0 ? serverList_.entries[selectedServer_].text : QString();
-    setTipText(QStringLiteral(" Checking Time Server: ") + selected + QLatin1Char(' '));
+    const std::string selected =
+        selectedServer_ >= 0 ? serverList_.entries[static_cast<std::size_t>(selectedServer_)].text
+                             : "";
+    setTipText(" Checking Time Server: " + selected + ' ');
     emit checkingChanged(true);
 }
 
@@ -380,7 +387,7 @@ void CVL_Server::queryUnanswered() {
         return;
     }
     setUnansweredText(QStringLiteral("No answer from %1 after %2 s; %3; next try in %4 s")
-                          .arg(askedServer_)
+                          .arg(QString::fromStdString(askedServer_))
                           .arg(kUnansweredAfterMs / 1000)
                           .arg(clientsWhileUnanswered())
                           .arg(secondsToNextSync()));
@@ -399,20 +406,20 @@ void CVL_Server::setUnansweredText(const QString& text) {
     emit unansweredChanged(text);
 }
 
-void CVL_Server::setTipText(const QString& text) {
+void CVL_Server::setTipText(std::string_view text) {
     tipText_ = tipText(text);
-    emit tipTextChanged(visibleTip(tipText_));
+    emit tipTextChanged(QString::fromStdString(std::string(visibleTip(tipText_))));
 }
 
 bool CVL_Server::AwaitingReply() const {
     return timeQuery_->AwaitingReply();
 }
 
-bool CVL_Server::isSyncAnswer(QByteArrayView datagram, const PeerAddress& from) const {
+bool CVL_Server::isSyncAnswer(std::string_view datagram, const PeerAddress& from) const {
     return timeQuery_->isAnswer(datagram, from, strictSync_);
 }
 
-void CVL_Server::acceptSyncAnswer(QByteArrayView answer, const PeerAddress& from) {
+void CVL_Server::acceptSyncAnswer(std::string_view answer, const PeerAddress& from) {
     // Our own answer is not traffic served.
     listeners_->udpRequests(ServiceId::Ntp).decrement();
     timeQuery_->accept(answer, from);

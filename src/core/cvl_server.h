@@ -68,7 +68,7 @@ struct SyncControls {
 
 // The last client shown in one remote-host box, and when it came.
 struct RemoteHost {
-    QString address;
+    std::string address;
     LocalDateTime when;
 };
 
@@ -125,7 +125,7 @@ public:
     void selectServer(int index);
     [[nodiscard]] const ServerList& servers() const { return serverList_; }
     [[nodiscard]] int selectedServer() const { return selectedServer_; }
-    [[nodiscard]] const QString& CurrentServer() const { return currentServer_; }
+    [[nodiscard]] const std::string& CurrentServer() const { return currentServer_; }
     [[nodiscard]] const SyncSchedule& schedule() const { return schedule_; }
     [[nodiscard]] const TimeQuery& timeQuery() const { return *timeQuery_; }
     // Typing in the interval box: returns the text as the box keeps it.
@@ -139,7 +139,7 @@ public:
     // so a burst of requests makes one query.
     void requestSync() { syncRequested_ = true; }
     // The query last sent: the host asked and when (local time); empty before the first.
-    [[nodiscard]] const QString& askedServer() const { return askedServer_; }
+    [[nodiscard]] const std::string& askedServer() const { return askedServer_; }
     [[nodiscard]] const LocalDateTime& askedAt() const { return askedAt_; }
     // Whole seconds until the schedule asks again (at least one tick away).
     [[nodiscard]] std::int32_t secondsToNextSync() const;
@@ -152,7 +152,7 @@ public:
     // tried at every tick until one can be asked.
     [[nodiscard]] bool queriesFailing() const { return queriesFailing_; }
     // The tray tip: a fixed 64-character field ending in a NUL.
-    [[nodiscard]] const QString& TipText() const { return tipText_; }
+    [[nodiscard]] const std::string& TipText() const { return tipText_; }
     [[nodiscard]] int lastNtpMilliseconds() const { return lastNtpMs_; }
     // Where the random choice draws from; tests make it predictable.
     void setRandomSource(std::function<double()> source) { random_ = std::move(source); }
@@ -176,11 +176,11 @@ public:
     [[nodiscard]] bool TimeSynced() const override { return listeners_->TimeSynced(); }
     [[nodiscard]] bool UseJulian() const override { return useJulian_; }
     [[nodiscard]] TimeBase& timeBase() override { return timeBase_; }
-    void CVLWLOG(const QString& BytesD, const QString& RequestIP, std::int16_t ReqP,
-                 std::int32_t sentB, const QString& CVLCode, const QString& CVLType,
+    void CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
+                 std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
                  std::int32_t iByteTot = 0) override;
     bool countRequest(ServiceId id, Transport transport) override;
-    void showClient(int box, const QString& address) override;
+    void showClient(int box, std::string_view address) override;
     // The display reads traffic from counts on its own timer: nothing is signalled per request.
     void light(Lamp lamp) override { ++lampCounts_[static_cast<std::size_t>(lamp)]; }
     void StatusUp() override {}
@@ -188,9 +188,9 @@ public:
         return lampCounts_[static_cast<std::size_t>(lamp)];
     }
     [[nodiscard]] bool AwaitingReply() const override;
-    [[nodiscard]] bool isSyncAnswer(QByteArrayView datagram,
+    [[nodiscard]] bool isSyncAnswer(std::string_view datagram,
                                     const PeerAddress& from) const override;
-    void acceptSyncAnswer(QByteArrayView answer, const PeerAddress& from) override;
+    void acceptSyncAnswer(std::string_view answer, const PeerAddress& from) override;
     void syncDatagramFailed() override;
     [[nodiscard]] NtpReference ntpReference() const override;
     void noteNtpMilliseconds(int ms) override { lastNtpMs_ = ms; }
@@ -215,7 +215,7 @@ private:
     void readSettings();
     void writeRunEntry();
     void CalcIntC();
-    void setTipText(const QString& text);
+    void setTipText(std::string_view text);
     void setUnansweredText(const QString& text);
     void queryUnanswered();
     [[nodiscard]] QString clientsWhileUnanswered() const;
@@ -231,18 +231,18 @@ private:
     std::unique_ptr<DaytimeService> daytimeService_;
     std::unique_ptr<UnixTimeService> unixTimeService_;
     std::unique_ptr<NtpService> ntpService_;
-    TimeQuery* timeQuery_;
+    std::unique_ptr<TimeQuery> timeQuery_;
     UpdateCheck* updateCheck_;
     Timer syncTimer_;
     Timer unansweredTimer_;
     ServerList serverList_;
     SyncSchedule schedule_;
     int selectedServer_ = -1;
-    QString currentServer_;
-    QString askedServer_;
+    std::string currentServer_;
+    std::string askedServer_;
     LocalDateTime askedAt_;
     QString unansweredText_;
-    QString tipText_;
+    std::string tipText_;
     int lastNtpMs_ = 0;
     std::function<double()> random_;
     QString windowCaption_;

@@ -1,46 +1,50 @@
 #include "core/leading_number.h"
 
-#include <QString>
+#include <charconv>
 #include <cmath>
 #include <limits>
+#include <string>
 
 namespace cvl {
 
 namespace {
 
-bool isIgnoredBlank(QChar c) {
-    return c == QLatin1Char(' ') || c == QLatin1Char('\t') || c == QLatin1Char('\n');
+bool isIgnoredBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\n';
 }
 
-// Keeps the characters that can form a number, dropping blanks; stops at the first other one.
-// Returns the number of characters of the compacted text that make up a valid number.
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// The text without blanks, and how much of it makes up a valid number.
 struct Scan {
-    QString compact;
-    qsizetype numberLength = 0;
+    std::string compact;
+    std::size_t numberLength = 0;
     bool consumedAll = false;
 };
 
-Scan scanNumber(QStringView text) {
+Scan scanNumber(std::string_view text) {
     Scan scan;
     scan.compact.reserve(text.size());
-    for (const QChar c : text) {
+    for (const char c : text) {
         if (!isIgnoredBlank(c)) {
-            scan.compact.append(c);
+            scan.compact += c;
         }
     }
-    const QString& s = scan.compact;
-    qsizetype i = 0;
-    if (i < s.size() && (s[i] == QLatin1Char('+') || s[i] == QLatin1Char('-'))) {
+    const std::string& s = scan.compact;
+    std::size_t i = 0;
+    if (i < s.size() && (s[i] == '+' || s[i] == '-')) {
         ++i;
     }
-    qsizetype digits = 0;
-    while (i < s.size() && s[i].isDigit() && s[i].unicode() < 128) {
+    std::size_t digits = 0;
+    while (i < s.size() && isDigit(s[i])) {
         ++i;
         ++digits;
     }
-    if (i < s.size() && s[i] == QLatin1Char('.')) {
+    if (i < s.size() && s[i] == '.') {
         ++i;
-        while (i < s.size() && s[i].isDigit() && s[i].unicode() < 128) {
+        while (i < s.size() && isDigit(s[i])) {
             ++i;
             ++digits;
         }
@@ -48,15 +52,14 @@ Scan scanNumber(QStringView text) {
     if (digits == 0) {
         return scan;
     }
-    qsizetype end = i;
-    if (i < s.size() && (s[i] == QLatin1Char('e') || s[i] == QLatin1Char('E') ||
-                         s[i] == QLatin1Char('d') || s[i] == QLatin1Char('D'))) {
-        qsizetype j = i + 1;
-        if (j < s.size() && (s[j] == QLatin1Char('+') || s[j] == QLatin1Char('-'))) {
+    std::size_t end = i;
+    if (i < s.size() && (s[i] == 'e' || s[i] == 'E' || s[i] == 'd' || s[i] == 'D')) {
+        std::size_t j = i + 1;
+        if (j < s.size() && (s[j] == '+' || s[j] == '-')) {
             ++j;
         }
-        const qsizetype exponentStart = j;
-        while (j < s.size() && s[j].isDigit() && s[j].unicode() < 128) {
+        const std::size_t exponentStart = j;
+        while (j < s.size() && isDigit(s[j])) {
             ++j;
         }
         if (j > exponentStart) {
@@ -82,17 +85,23 @@ template <typename Int> std::optional<Int> roundTo(double value) {
 
 } // namespace
 
-double leadingNumber(QStringView text) {
+double leadingNumber(std::string_view text) {
     const Scan scan = scanNumber(text);
     if (scan.numberLength == 0) {
         return 0.0;
     }
-    QString number = scan.compact.left(scan.numberLength);
-    number.replace(QLatin1Char('d'), QLatin1Char('e'));
-    number.replace(QLatin1Char('D'), QLatin1Char('e'));
-    bool ok = false;
-    const double value = number.toDouble(&ok);
-    return ok ? value : 0.0;
+    std::string number = scan.compact.substr(0, scan.numberLength);
+    for (char& c : number) {
+        if (c == 'd' || c == 'D') {
+            c = 'e';
+        }
+    }
+    // from_chars takes no "+" sign; the number is the same without it.
+    const char* first = number.data() + (number.front() == '+' ? 1 : 0);
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(first, number.data() + number.size(), value);
+    // A number beyond a double (overflow or underflow) counts as none.
+    return error == std::errc() ? value : 0.0;
 }
 
 std::optional<std::int16_t> roundToInt16(double value) {
@@ -103,7 +112,7 @@ std::optional<std::int32_t> roundToInt32(double value) {
     return roundTo<std::int32_t>(value);
 }
 
-bool isNumericText(QStringView text) {
+bool isNumericText(std::string_view text) {
     const Scan scan = scanNumber(text);
     return scan.numberLength > 0 && scan.consumedAll;
 }

@@ -19,7 +19,7 @@ ServiceListeners::ServiceListeners(EventLoop& loop, QObject* parent,
         service.controls.portText = QString::number(row.defaultPort);
         service.protocol = silent_.get();
         service.tcp = std::make_unique<TcpSocketArray>(loop, idleLimit);
-        service.udp = new DatagramSocket(loop, this);
+        service.udp = std::make_unique<DatagramSocket>(loop);
 
         const ServiceId id = row.id;
         TcpSocketArray& array = *service.tcp;
@@ -33,12 +33,12 @@ ServiceListeners::ServiceListeners(EventLoop& loop, QObject* parent,
         array.onWritten = [this, id](int index) {
             at(id).protocol->connectionBytesWritten(at(id).tcp->at(index), index);
         };
-        connect(service.udp, &DatagramSocket::readyRead, this, [this, id] {
+        service.udp->onReadable = [this, id] {
             Service& target = at(id);
             target.udp->readPending([&target](const Datagram& datagram) {
                 target.protocol->datagramArrived(*target.udp, datagram);
             });
-        });
+        };
     }
 }
 
@@ -63,7 +63,8 @@ void ServiceListeners::LoadServers(const QString& mode) {
 
     // The port is read from the box every time; a value that does not fit 16 bits signed,
     // or a negative one, fails quietly and leaves the socket closed.
-    const std::optional<std::int16_t> port = roundToInt16(leadingNumber(service.controls.portText));
+    const std::optional<std::int16_t> port =
+        roundToInt16(leadingNumber(service.controls.portText.toStdString()));
     if (!port || *port < 0) {
         return;
     }
@@ -152,9 +153,8 @@ void ServiceListeners::answerAtOnce(ServiceId id, int descriptor, const PeerAddr
     Service& service = at(id);
     // The connection is answered and closed within this call: no socket of the array is
     // needed for it, nor any round of the event loop.
-    ImmediateConnection connection(descriptor, QString::fromLatin1(peer.text()),
-                                   service.tcp->listener().serverPort());
-    emit clientShown(0, connection.peerText());
+    ImmediateConnection connection(descriptor, peer.text(), service.tcp->listener().serverPort());
+    emit clientShown(0, QString::fromStdString(connection.peerText()));
     if (serviceRow(id).countsTcpAccepts && !service.tcpRequests.increment()) {
         return;
     }

@@ -98,7 +98,7 @@ private:
     struct Service {
         ServiceControls controls;
         std::unique_ptr<TcpSocketArray> tcp;
-        DatagramSocket* udp = nullptr;
+        std::unique_ptr<DatagramSocket> udp;
         ServiceProtocol* protocol = nullptr;
         RequestCounter tcpRequests;
         RequestCounter udpRequests;

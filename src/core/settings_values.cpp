@@ -38,7 +38,7 @@ GeneralSetting parseGeneralSetting(const QString& text) {
     const QString firstByte = field(4);
     if (!firstByte.isEmpty()) {
         setting.ntpFirstByte =
-            roundToInt16(leadingNumber(firstByte)).value_or(kDefaultNtpFirstByte);
+            roundToInt16(leadingNumber(firstByte.toStdString())).value_or(kDefaultNtpFirstByte);
     }
     return setting;
 }

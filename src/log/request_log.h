@@ -4,49 +4,45 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/record_folder.h"
 
-#include <QByteArray>
-#include <QString>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace cvl {
 
 // The system's short date, a blank and its long time without the time-zone part. The zone is
 // left out because the date-time shown is a recorded local one, not necessarily the present.
-[[nodiscard]] QString generalDateText(const LocalDateTime& when);
+[[nodiscard]] std::string generalDateText(const LocalDateTime& when);
 
 // Not thread-safe: records reuse one line buffer, so calls must not overlap.
 class RequestLog {
 public:
     // versionText is "major.minor.revision"; UpdateStamp is the local date-time the server
     // started, shown in the header of every new file.
-    explicit RequestLog(const Clock& clock, QString programFolder, QString versionText,
-                        const LocalDateTime& UpdateStamp);
-    ~RequestLog();
-    RequestLog(const RequestLog&) = delete;
-    RequestLog& operator=(const RequestLog&) = delete;
+    explicit RequestLog(const Clock& clock, const std::string& programFolder,
+                        std::string_view versionText, const LocalDateTime& UpdateStamp);
 
-    void setIdentity(const QString& HostName, const QString& UserName, const QString& LocalAddress);
+    void setIdentity(std::string_view HostName, std::string_view UserName,
+                     std::string_view LocalAddress);
 
     void setEnabled(bool on) { LogEnabled = on; }
     [[nodiscard]] bool enabled() const { return LogEnabled; }
 
     // The file a record written now would go to.
-    [[nodiscard]] QString currentFilePath() const;
+    [[nodiscard]] std::string currentFilePath() const;
 
     // Appends one record. Failures lose the record silently: logging never stops serving.
-    void CVLWLOG(const QString& BytesD, const QString& RequestIP, std::int16_t ReqP,
-                 std::int32_t sentB, const QString& CVLCode, const QString& CVLType,
+    void CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
+                 std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
                  std::int32_t iByteTot = 0);
 
 private:
     void switchDay(const LocalDateTime& now);
-    void createAndAppend(const LocalDateTime& now);
 
     const Clock& clock_;
-    QString folder_;
-    QByteArray folderName_; // folder_ as the file system wants it
+    RecordFolder folder_;
     bool LogEnabled = true;
 
     std::string headerStart_; // header lines up to "#Date: "
@@ -56,9 +52,7 @@ private:
     int cachedYear_ = 0;
     int cachedMonth_ = 0;
     int cachedDay_ = 0;
-    QByteArray fileName_;  // encoded path, NUL-terminated for open()
-    QByteArray baseName_;  // the file's name within the Logs folder
-    int folderFd_ = -1;    // the Logs folder, kept open between records
+    std::string fileName_; // the day's file within the Logs folder
     std::string datePart_; // "YYYY-MM-DD "
     std::string line_;     // reused so that a record costs no allocation
 };

@@ -6,36 +6,38 @@
 #include "platform/family_sockets.h"
 #include "platform/peer_address.h"
 
-#include <QByteArrayView>
-#include <QObject>
-#include <QString>
 #include <array>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <netinet/in.h> // the batch buffers below hold the kernel's addresses
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
 struct Datagram {
     // The datagram's bytes; only its first kept bytes when it was longer than that.
-    QByteArrayView data;
+    std::string_view data;
     // Its length as sent, however much was kept.
-    qsizetype size = 0;
+    std::size_t size = 0;
     PeerAddress sender;
-    QString senderText;
+    std::string senderText;
 };
 
-class DatagramSocket final : public QObject {
-    Q_OBJECT
+class DatagramSocket final {
 public:
-    explicit DatagramSocket(EventLoop& loop, QObject* parent = nullptr);
-    ~DatagramSocket() override;
+    explicit DatagramSocket(EventLoop& loop);
+    ~DatagramSocket();
+    DatagramSocket(const DatagramSocket&) = delete;
+    DatagramSocket& operator=(const DatagramSocket&) = delete;
 
     enum class BindResult { Bound, AddressInUse, Failed };
     // Binds to every address on `port` (0: any free one), not sharing it with anybody.
-    BindResult bind(quint16 port);
+    BindResult bind(std::uint16_t port);
     void close();
     [[nodiscard]] bool isBound() const { return sockets_.isOpen(); }
-    [[nodiscard]] quint16 localPort() const { return port_; }
+    [[nodiscard]] std::uint16_t localPort() const { return port_; }
 
     // Takes every waiting datagram (up to a bounded number per call, so that one busy port
     // cannot starve the others; the event loop calls again while more wait).
@@ -55,19 +57,18 @@ public:
     }
 
     // Sends one datagram; false when the system refuses it.
-    bool send(QByteArrayView data, const PeerAddress& to);
+    bool send(std::string_view data, const PeerAddress& to);
     // Sends each byte of `data` as a datagram of its own, in order, in one system call.
     // Returns how many went before the system refused one.
-    int sendBytewise(QByteArrayView data, const PeerAddress& to);
+    int sendBytewise(std::string_view data, const PeerAddress& to);
     // Sends a short datagram (up to kQueuedBytes) together with the other answers to the
     // batch being read, in one system call once the batch is handled: the client is then
     // woken once a batch instead of once a datagram. Outside readPending() it goes at once.
-    void sendWithBatch(QByteArrayView data, const PeerAddress& to);
+    void sendWithBatch(std::string_view data, const PeerAddress& to);
     static constexpr int kQueuedBytes = 48;
 
-signals:
     // Datagrams wait to be read.
-    void readyRead();
+    std::function<void()> onReadable;
 
 private:
     static constexpr int kBatch = 32;
@@ -83,7 +84,7 @@ private:
     EventLoop& loop_;
     FamilySockets sockets_;
     std::size_t ready_ = 0; // the family whose datagrams readPending() takes
-    quint16 port_ = 0;
+    std::uint16_t port_ = 0;
     std::unique_ptr<char[]> buffers_;
     std::array<sockaddr_in6, kBatch> peers_{};
     std::array<int, kBatch> sizes_{};
@@ -95,7 +96,7 @@ private:
     std::array<sockaddr_in6, kBatch> replyPeers_{};
     // Busy clients send many datagrams in a row: the text of the last sender is kept.
     PeerAddress lastPeer_;
-    QString lastPeerText_;
+    std::string lastPeerText_;
 };
 
 } // namespace cvl

@@ -1,15 +1,15 @@
 #include "services/daytime_service.h"
 
 #include "platform/clock.h"
+#include "platform/local_format.h"
 #include "services/daytime_text.h"
-
-#include <QLocale>
+#include "text/utf8.h"
 
 namespace cvl {
 
 namespace {
 
-const QString kName = QStringLiteral("DayTime");
+constexpr std::string_view kName = "DayTime";
 
 } // namespace
 
@@ -17,23 +17,30 @@ DaytimeService::DaytimeService(ServiceHost& host, const Clock& clock)
     : host_(host)
     , clock_(clock) {}
 
-QString DaytimeService::replyText() const {
+std::string DaytimeService::replyText() const {
     TimeBase& timeBase = host_.timeBase();
     if (host_.UseJulian()) {
         return GrabMJulian(timeBase.utcSecondsSince1900().value_or(0), timeBase.daylightInEffect());
     }
-    return daytimeText(clock_.localNow(), QString::fromStdString(timeBase.ZoneName()),
-                       QLocale::system());
+    const LocalDateTime now = clock_.localNow();
+    // The names change once a day at most: they are looked up again only then.
+    if (now.year != namesYear_ || now.month != namesMonth_ || now.day != namesDay_) {
+        dayName_ = dayName(now.year, now.month, now.day);
+        monthName_ = monthName(now.month);
+        namesYear_ = now.year;
+        namesMonth_ = now.month;
+        namesDay_ = now.day;
+    }
+    return daytimeText(now, dayName_, monthName_, timeBase.ZoneName());
 }
 
 void DaytimeService::answerAtOnce(ImmediateConnection& connection) {
     host_.light(Lamp::DataOut);
-    const QString text = replyText();
+    const std::string text = replyText();
     // A refused send still logs; the connection closes either way.
-    connection.send(text.toLocal8Bit());
-    host_.CVLWLOG(QStringLiteral("DayTime Request"), connection.peerText(),
-                  loggedPort(connection.localPort()), static_cast<std::int32_t>(text.size()), kName,
-                  QStringLiteral("TCP"));
+    connection.send(text);
+    host_.CVLWLOG("DayTime Request", connection.peerText(), loggedPort(connection.localPort()),
+                  static_cast<std::int32_t>(utf8::characterCount(text)), kName, "TCP");
     host_.showClient(1, connection.peerText());
     host_.StatusUp();
 }
@@ -46,17 +53,16 @@ void DaytimeService::datagramArrived(DatagramSocket& socket, const Datagram& req
     host_.light(Lamp::UdpIn);
     host_.light(Lamp::DataIn);
     host_.showClient(1, request.senderText);
-    const QString text = replyText();
+    const std::string text = replyText();
     if (!host_.TimeSynced()) {
         return;
     }
-    const QByteArray bytes = text.toLocal8Bit();
-    if (!socket.send(bytes, request.sender)) {
+    if (!socket.send(text, request.sender)) {
         return;
     }
     host_.light(Lamp::DataOut);
     host_.CVLWLOG(text, request.senderText, loggedPort(socket.localPort()),
-                  static_cast<std::int32_t>(text.size()), kName, QStringLiteral("UDP"));
+                  static_cast<std::int32_t>(utf8::characterCount(text)), kName, "UDP");
     host_.StatusUp();
 }
 

@@ -18,10 +18,16 @@ public:
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
-    [[nodiscard]] QString replyText() const;
+    [[nodiscard]] std::string replyText() const;
 
     ServiceHost& host_;
     const Clock& clock_;
+    // The day and month names of the last reply, and its date.
+    mutable std::string dayName_;
+    mutable std::string monthName_;
+    mutable int namesYear_ = 0;
+    mutable int namesMonth_ = 0;
+    mutable int namesDay_ = 0;
 };
 
 } // namespace cvl

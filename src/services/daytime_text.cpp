@@ -2,27 +2,33 @@
 
 #include "timebase/calendar.h"
 
-#include <QDate>
-#include <QTime>
-
 namespace cvl {
 
 namespace {
 
-[[nodiscard]] QString twoDigits(std::int64_t value) {
-    return QStringLiteral("%1").arg(value, 2, 10, QLatin1Char('0'));
+// At least `width` digits, zeros in front; a minus sign before them.
+[[nodiscard]] std::string padded(std::int64_t value, std::size_t width) {
+    std::string digits = std::to_string(value < 0 ? -value : value);
+    if (digits.size() < width) {
+        digits.insert(0, width - digits.size(), '0');
+    }
+    return value < 0 ? '-' + digits : digits;
 }
 
 } // namespace
 
-QString daytimeText(const LocalDateTime& local, const QString& zoneName, const QLocale& locale) {
-    const QDate date(local.year, local.month, local.day);
-    const QTime time(local.hour, local.minute, local.second);
-    return locale.toString(date, u"dddd, MMMM dd, yyyy") + u' ' + time.toString(u"HH:mm:ss") +
-           u'-' + zoneName;
+std::string daytimeText(const LocalDateTime& local, std::string_view dayName,
+                        std::string_view monthName, std::string_view zoneName) {
+    std::string text;
+    text.reserve(64);
+    text.append(dayName).append(", ").append(monthName).append(" ");
+    text += padded(local.day, 2) + ", " + padded(local.year, 4) + ' ' + padded(local.hour, 2) +
+            ':' + padded(local.minute, 2) + ':' + padded(local.second, 2) + '-';
+    text.append(zoneName);
+    return text;
 }
 
-QString GrabMJulian(std::int64_t utcSecondsSince1900, bool daylightTime) {
+std::string GrabMJulian(std::int64_t utcSecondsSince1900, bool daylightTime) {
     // Floored division, so that a moment before 1900 still lands on the right day.
     std::int64_t days = utcSecondsSince1900 / secondsPerDay;
     std::int64_t secondOfDay = utcSecondsSince1900 % secondsPerDay;
@@ -31,12 +37,10 @@ QString GrabMJulian(std::int64_t utcSecondsSince1900, bool daylightTime) {
         --days;
     }
     const CivilDate date = civilFromDays(days - secondsFrom1900To1970 / secondsPerDay);
-    return QStringLiteral("\n%1 %2-%3-%4 %5:%6:%7 %8 0 0 50.0 UTC(CVLS) *")
-        .arg(days + mjdOf1900, 5, 10, QLatin1Char('0'))
-        .arg(twoDigits(date.year % 100), twoDigits(date.month), twoDigits(date.day),
-             twoDigits(secondOfDay / 3600), twoDigits(secondOfDay / 60 % 60),
-             twoDigits(secondOfDay % 60),
-             daylightTime ? QStringLiteral("50") : QStringLiteral("00"));
+    return '\n' + padded(days + mjdOf1900, 5) + ' ' + padded(date.year % 100, 2) + '-' +
+           padded(date.month, 2) + '-' + padded(date.day, 2) + ' ' + padded(secondOfDay / 3600, 2) +
+           ':' + padded(secondOfDay / 60 % 60, 2) + ':' + padded(secondOfDay % 60, 2) + ' ' +
+           (daylightTime ? "50" : "00") + " 0 0 50.0 UTC(CVLS) *";
 }
 
 } // namespace cvl

@@ -4,20 +4,20 @@
 
 #include "platform/clock.h"
 
-#include <QLocale>
-#include <QString>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
-// "Monday, November 16, 2026 02:08:04-Eastern Standard Time": day and month names from the
-// locale, 24-hour time. No line end, as clients of old have always received it.
-[[nodiscard]] QString daytimeText(const LocalDateTime& local, const QString& zoneName,
-                                  const QLocale& locale);
+// "Monday, November 16, 2026 02:08:04-Eastern Standard Time": the day and month names given,
+// 24-hour time. No line end, as clients of old have always received it.
+[[nodiscard]] std::string daytimeText(const LocalDateTime& local, std::string_view dayName,
+                                      std::string_view monthName, std::string_view zoneName);
 
 // "\n53005 04-01-01 00:00:00 00 0 0 50.0 UTC(CVLS) *": modified Julian day, UTC date and time,
 // the daylight code (50 while the local zone keeps daylight time), leap and health flags, and
 // the advance in milliseconds.
-[[nodiscard]] QString GrabMJulian(std::int64_t utcSecondsSince1900, bool daylightTime);
+[[nodiscard]] std::string GrabMJulian(std::int64_t utcSecondsSince1900, bool daylightTime);
 
 } // namespace cvl

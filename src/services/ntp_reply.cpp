@@ -4,7 +4,7 @@
 
 namespace cvl {
 
-NtpPacket ntpReply(QByteArrayView request, const NtpTimestamp& receive,
+NtpPacket ntpReply(std::string_view request, const NtpTimestamp& receive,
                    const NtpTimestamp& transmit, const NtpReference& reference) {
     NtpPacket reply{};
     reply[0] = reference.firstByte;
@@ -19,7 +19,7 @@ NtpPacket ntpReply(QByteArrayView request, const NtpTimestamp& receive,
     // Only byte 24 decides: a client that left its originate field empty gets its own
     // transmit timestamp back instead.
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(request.data());
-    const qsizetype origin = bytes[24] != 0 ? 24 : 40;
+    const std::size_t origin = bytes[24] != 0 ? 24 : 40;
     std::copy(bytes + origin, bytes + origin + 8, reply.begin() + 24);
     std::copy(receive.begin(), receive.end(), reply.begin() + 32);
     std::copy(transmit.begin(), transmit.end(), reply.begin() + 40);

@@ -5,13 +5,14 @@
 
 #include "timebase/time_base.h"
 
-#include <QByteArrayView>
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace cvl {
 
-inline constexpr qsizetype kNtpPacketSize = 48;
+inline constexpr std::size_t kNtpPacketSize = 48;
 
 using NtpPacket = std::array<std::uint8_t, kNtpPacketSize>;
 
@@ -23,7 +24,7 @@ struct NtpReference {
 };
 
 // `request` must hold 48 bytes.
-[[nodiscard]] NtpPacket ntpReply(QByteArrayView request, const NtpTimestamp& receive,
+[[nodiscard]] NtpPacket ntpReply(std::string_view request, const NtpTimestamp& receive,
                                  const NtpTimestamp& transmit, const NtpReference& reference);
 
 } // namespace cvl

@@ -6,8 +6,8 @@ namespace cvl {
 
 namespace {
 
-const QString kName = QStringLiteral("NTPv4");
-const QString kGoodNote = QStringLiteral("48 Bytes NTP...");
+constexpr std::string_view kName = "NTPv4";
+constexpr std::string_view kGoodNote = "48 Bytes NTP...";
 
 } // namespace
 
@@ -30,8 +30,7 @@ void NtpService::datagramArrived(DatagramSocket& socket, const Datagram& request
         host_.syncDatagramFailed();
         return;
     }
-    logError(request.size, 0, request.senderText, loggedPort(socket.localPort()),
-             QStringLiteral("UDP"));
+    logError(request.size, 0, request.senderText, loggedPort(socket.localPort()), "UDP");
 }
 
 void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) {
@@ -41,18 +40,16 @@ void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) 
     if (!receive) {
         return;
     }
-    host_.CVLWLOG(kGoodNote, request.senderText, loggedPort(socket.localPort()), 48, kName,
-                  QStringLiteral("UDP"));
+    host_.CVLWLOG(kGoodNote, request.senderText, loggedPort(socket.localPort()), 48, kName, "UDP");
     GrabTCP123(request.data, *receive, nullptr, &socket, request.sender);
 }
 
 void NtpService::connectionReadyRead(StreamConnection& socket, int) {
     // Each arrival is taken as the whole request, as a datagram would be.
     const std::string request = socket.takeReceived();
-    const QString client = QString::fromLatin1(socket.peer().text());
-    if (static_cast<qsizetype>(request.size()) != kNtpPacketSize) {
-        logError(static_cast<qint64>(request.size()), 0, client, loggedPort(socket.localPort()),
-                 QStringLiteral("TCP"));
+    const std::string client = socket.peer().text();
+    if (request.size() != kNtpPacketSize) {
+        logError(request.size(), 0, client, loggedPort(socket.localPort()), "TCP");
         socket.close();
         return;
     }
@@ -61,9 +58,8 @@ void NtpService::connectionReadyRead(StreamConnection& socket, int) {
         socket.close();
         return;
     }
-    host_.CVLWLOG(kGoodNote, client, loggedPort(socket.localPort()), 48, kName,
-                  QStringLiteral("TCP"));
-    GrabTCP123(QByteArrayView(request.data(), kNtpPacketSize), *receive, &socket, nullptr, {});
+    host_.CVLWLOG(kGoodNote, client, loggedPort(socket.localPort()), 48, kName, "TCP");
+    GrabTCP123(request, *receive, &socket, nullptr, {});
 }
 
 void NtpService::connectionBytesWritten(StreamConnection& socket, int) {
@@ -72,7 +68,7 @@ void NtpService::connectionBytesWritten(StreamConnection& socket, int) {
     }
 }
 
-void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
+void NtpService::GrabTCP123(std::string_view request, const NtpTimestamp& receive,
                             StreamConnection* connection, DatagramSocket* socket,
                             const PeerAddress& to) {
     const std::optional<NtpTimestamp> transmit = host_.timeBase().GrabTime();
@@ -95,16 +91,15 @@ void NtpService::GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
     }
     if (host_.TimeSynced()) {
         // Goes out with the other answers to the same batch of requests.
-        socket->sendWithBatch(QByteArrayView(data, kNtpPacketSize), to);
+        socket->sendWithBatch(std::string_view(data, kNtpPacketSize), to);
         host_.StatusUp();
     }
 }
 
-void NtpService::logError(qint64 size, int error, const QString& client, std::int16_t port,
-                          const QString& transport) {
-    host_.CVLWLOG(QString::number(size) + QStringLiteral(" Bytes NTP ERROR: ") +
-                      QString::number(error),
-                  client, port, 0, kName, transport);
+void NtpService::logError(std::size_t size, int error, std::string_view client, std::int16_t port,
+                          std::string_view transport) {
+    host_.CVLWLOG(std::to_string(size) + " Bytes NTP ERROR: " + std::to_string(error), client, port,
+                  0, kName, transport);
 }
 
 } // namespace cvl

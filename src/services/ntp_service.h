@@ -20,10 +20,10 @@ public:
 private:
     void serveDatagram(DatagramSocket& socket, const Datagram& request);
     // Builds the reply and sends it, on the connection when there is one, else to `to`.
-    void GrabTCP123(QByteArrayView request, const NtpTimestamp& receive,
+    void GrabTCP123(std::string_view request, const NtpTimestamp& receive,
                     StreamConnection* connection, DatagramSocket* socket, const PeerAddress& to);
-    void logError(qint64 size, int error, const QString& client, std::int16_t port,
-                  const QString& transport);
+    void logError(std::size_t size, int error, std::string_view client, std::int16_t port,
+                  std::string_view transport);
 
     ServiceHost& host_;
 };

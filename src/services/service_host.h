@@ -8,8 +8,8 @@
 #include "services/ntp_reply.h"
 #include "timebase/time_base.h"
 
-#include <QByteArrayView>
-#include <QString>
+#include <cstdint>
+#include <string_view>
 
 namespace cvl {
 
@@ -23,24 +23,24 @@ public:
     [[nodiscard]] virtual TimeBase& timeBase() = 0;
 
     // One record of the request log (nothing when logging is off).
-    virtual void CVLWLOG(const QString& BytesD, const QString& RequestIP, std::int16_t ReqP,
-                         std::int32_t sentB, const QString& CVLCode, const QString& CVLType,
+    virtual void CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
+                         std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
                          std::int32_t iByteTot = 0) = 0;
 
     // Counts one request; false when the count would overflow.
     virtual bool countRequest(ServiceId id, Transport transport) = 0;
 
     // Status display: the client in remote-host box `box`, a traffic lamp, a refresh.
-    virtual void showClient(int box, const QString& address) = 0;
+    virtual void showClient(int box, std::string_view address) = 0;
     virtual void light(Lamp lamp) = 0;
     virtual void StatusUp() = 0;
 
     // The NTP service shares its UDP socket with the synchronisation client: while a query is
     // out, an answer that matches it is the client's, not a request to serve.
     [[nodiscard]] virtual bool AwaitingReply() const = 0;
-    [[nodiscard]] virtual bool isSyncAnswer(QByteArrayView datagram,
+    [[nodiscard]] virtual bool isSyncAnswer(std::string_view datagram,
                                             const PeerAddress& from) const = 0;
-    virtual void acceptSyncAnswer(QByteArrayView answer, const PeerAddress& from) = 0;
+    virtual void acceptSyncAnswer(std::string_view answer, const PeerAddress& from) = 0;
     // A one-byte datagram while waiting: the query failed, try another server.
     virtual void syncDatagramFailed() = 0;
     [[nodiscard]] virtual NtpReference ntpReference() const = 0;
@@ -49,7 +49,7 @@ public:
 };
 
 // The port a socket serves on, as the log records it (16 bits, signed).
-[[nodiscard]] inline std::int16_t loggedPort(quint16 port) {
+[[nodiscard]] inline std::int16_t loggedPort(std::uint16_t port) {
     return static_cast<std::int16_t>(port);
 }
 

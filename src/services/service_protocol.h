@@ -4,33 +4,10 @@
 #pragma once
 
 #include "platform/datagram_socket.h"
-
+#include "platform/immediate_connection.h"
 #include "platform/stream_connection.h"
 
-#include <QString>
-
 namespace cvl {
-
-// An accepted connection that is answered and closed before its handler returns: no socket
-// object and no round of the event loop, only the descriptor. Closing it lets the kernel send
-// what was written and then end the stream.
-class ImmediateConnection {
-public:
-    ImmediateConnection(int descriptor, QString peer, quint16 localPort);
-    ~ImmediateConnection();
-    ImmediateConnection(const ImmediateConnection&) = delete;
-    ImmediateConnection& operator=(const ImmediateConnection&) = delete;
-
-    // False when the system refused the bytes (the peer is gone, say).
-    bool send(QByteArrayView data);
-    [[nodiscard]] const QString& peerText() const { return peer_; }
-    [[nodiscard]] quint16 localPort() const { return localPort_; }
-
-private:
-    int descriptor_;
-    QString peer_;
-    quint16 localPort_;
-};
 
 class ServiceProtocol {
 public:

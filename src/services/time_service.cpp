@@ -4,8 +4,8 @@ namespace cvl {
 
 namespace {
 
-const QString kNote = QStringLiteral("Time 4 Bytes");
-const QString kName = QStringLiteral("Time");
+constexpr std::string_view kNote = "Time 4 Bytes";
+constexpr std::string_view kName = "Time";
 
 } // namespace
 
@@ -19,13 +19,13 @@ void TimeService::answerAtOnce(ImmediateConnection& connection) {
     }
     // Logged before anything is sent, unlike the UDP answer.
     host_.CVLWLOG(kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
-                  QStringLiteral("TCP"));
+                  "TCP");
     for (std::size_t i = 0; i < bytes->size(); ++i) {
         host_.light(Lamp::DataOut);
     }
     // One byte after another, most significant first: to a TCP client that is one 4-byte
     // stream, so the kernel gets them in one go.
-    connection.send(QByteArrayView(reinterpret_cast<const char*>(bytes->data()), 4));
+    connection.send(std::string_view(reinterpret_cast<const char*>(bytes->data()), 4));
     host_.StatusUp();
 }
 
@@ -50,7 +50,7 @@ void TimeService::SendNTP_UDP(DatagramSocket& socket, const Datagram& request) {
     }
     // One datagram a byte, most significant first: clients of this server expect it so.
     const int sent = socket.sendBytewise(
-        QByteArrayView(reinterpret_cast<const char*>(bytes->data()), 4), request.sender);
+        std::string_view(reinterpret_cast<const char*>(bytes->data()), 4), request.sender);
     for (int i = 0; i < sent; ++i) {
         host_.light(Lamp::DataOut);
     }
@@ -58,8 +58,7 @@ void TimeService::SendNTP_UDP(DatagramSocket& socket, const Datagram& request) {
         return;
     }
     host_.showClient(0, request.senderText);
-    host_.CVLWLOG(kNote, request.senderText, loggedPort(socket.localPort()), 4, kName,
-                  QStringLiteral("UDP"));
+    host_.CVLWLOG(kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, "UDP");
 }
 
 } // namespace cvl

@@ -1,13 +1,20 @@
 #include "services/unix_time_service.h"
 
-#include <QtEndian>
+#include <array>
 
 namespace cvl {
 
 namespace {
 
-const QString kNote = QStringLiteral("UnixTime REQ");
-const QString kName = QStringLiteral("UnixTime");
+constexpr std::string_view kNote = "UnixTime REQ";
+constexpr std::string_view kName = "UnixTime";
+
+// Most significant byte first.
+std::array<char, 4> wireBytes(std::int32_t seconds) {
+    const auto value = static_cast<std::uint32_t>(seconds);
+    return {static_cast<char>(value >> 24), static_cast<char>(value >> 16),
+            static_cast<char>(value >> 8), static_cast<char>(value)};
+}
 
 } // namespace
 
@@ -19,10 +26,10 @@ void UnixTimeService::answerAtOnce(ImmediateConnection& connection) {
     if (!seconds || !host_.TimeSynced()) {
         return;
     }
-    const std::int32_t wire = qToBigEndian(*seconds);
-    connection.send(QByteArrayView(reinterpret_cast<const char*>(&wire), 4));
+    const std::array<char, 4> wire = wireBytes(*seconds);
+    connection.send(std::string_view(wire.data(), wire.size()));
     host_.CVLWLOG(kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
-                  QStringLiteral("TCP"));
+                  "TCP");
 }
 
 void UnixTimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
@@ -36,12 +43,11 @@ void UnixTimeService::datagramArrived(DatagramSocket& socket, const Datagram& re
     if (!seconds || !host_.TimeSynced()) {
         return;
     }
-    const std::int32_t wire = qToBigEndian(*seconds);
-    if (!socket.send(QByteArrayView(reinterpret_cast<const char*>(&wire), 4), request.sender)) {
+    const std::array<char, 4> wire = wireBytes(*seconds);
+    if (!socket.send(std::string_view(wire.data(), wire.size()), request.sender)) {
         return;
     }
-    host_.CVLWLOG(kNote, request.senderText, loggedPort(socket.localPort()), 4, kName,
-                  QStringLiteral("UDP"));
+    host_.CVLWLOG(kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, "UDP");
 }
 
 } // namespace cvl

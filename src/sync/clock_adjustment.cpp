@@ -3,8 +3,10 @@
 #include "core/leading_number.h"
 #include "timebase/calendar.h"
 
-#include <QDate>
-#include <QLocale>
+#include "platform/local_format.h"
+#include "text/utf8.h"
+
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -38,37 +40,53 @@ double GoMilli(const std::uint8_t* bytes) {
     return seconds * 1000 + fraction * 1000 / 4294967296.0;
 }
 
-QString decimalText(double value) {
-    if (!std::isfinite(value)) {
-        return QString::number(value);
+std::string decimalText(double value) {
+    if (std::isnan(value)) {
+        return "nan";
+    }
+    if (std::isinf(value)) {
+        return value < 0 ? "-inf" : "inf";
     }
     if (value == 0) {
-        return QStringLiteral("0");
+        return "0";
     }
-    // "-d.dddddddddddddde+XX": the 15 digits, then placed by the exponent ourselves, since
-    // the 'g' format turns to an exponent below 0.0001.
-    const QString scientific = QString::number(std::fabs(value), 'e', 14);
-    const qsizetype e = scientific.indexOf(u'e');
-    QString digits = scientific.left(e).remove(u'.');
-    const int exponent = scientific.mid(e + 1).toInt();
-    while (digits.endsWith(u'0')) {
-        digits.chop(1);
+    // "d.dddddddddddddde+XX": the 15 digits, then placed by the exponent here, since the
+    // general format turns to an exponent below 0.0001. to_chars ignores the C locale.
+    char scientific[32];
+    const auto written = std::to_chars(scientific, scientific + sizeof scientific, std::fabs(value),
+                                       std::chars_format::scientific, 14);
+    const std::string_view form(scientific, static_cast<std::size_t>(written.ptr - scientific));
+    const std::size_t e = form.find('e');
+    std::string digits;
+    for (const char c : form.substr(0, e)) {
+        if (c != '.') {
+            digits += c;
+        }
     }
-    QString text;
+    int exponent = 0;
+    const std::string_view exponentText = form.substr(e + 1);
+    std::from_chars(exponentText.data() + (exponentText.front() == '+' ? 1 : 0),
+                    exponentText.data() + exponentText.size(), exponent);
+    while (!digits.empty() && digits.back() == '0') {
+        digits.pop_back();
+    }
+    const auto places = static_cast<std::size_t>(std::max(exponent + 1, 0));
+    std::string text;
     if (exponent < 0) {
-        text = QStringLiteral("0.") + QString(-exponent - 1, u'0') + digits;
-    } else if (digits.size() <= exponent + 1) {
-        text = digits + QString(exponent + 1 - digits.size(), u'0');
+        text = "0." + std::string(static_cast<std::size_t>(-exponent - 1), '0') + digits;
+    } else if (digits.size() <= places) {
+        text = digits + std::string(places - digits.size(), '0');
     } else {
-        text = digits.left(exponent + 1) + u'.' + digits.mid(exponent + 1);
+        text = digits.substr(0, places) + '.' + digits.substr(places);
     }
-    return value < 0 ? u'-' + text : text;
+    return value < 0 ? '-' + text : text;
 }
 
 int millisecondsPart(double ms) {
-    const QString text = decimalText(ms);
-    const QStringView tail =
-        text.contains(u'.') ? QStringView(text).right(6) : QStringView(text).right(3);
+    const std::string text = decimalText(ms);
+    const std::string_view all(text);
+    const std::size_t keep = text.find('.') != std::string::npos ? 6 : 3;
+    const std::string_view tail = all.substr(all.size() - std::min(keep, all.size()));
     return roundToInt32(leadingNumber(tail)).value_or(0);
 }
 
@@ -97,30 +115,34 @@ ClockSetting clockSettingFor(double remoteMs, std::int32_t roundTripMs) {
     return setting;
 }
 
-QString adjustedMessage(double lastOffsetMs) {
-    return QStringLiteral("Adjusted by: ") + decimalText(lastOffsetMs) +
-           QStringLiteral(" ms.  CVL Server is Synchronized.");
+std::string adjustedMessage(double lastOffsetMs) {
+    return "Adjusted by: " + decimalText(lastOffsetMs) + " ms.  CVL Server is Synchronized.";
 }
 
-QString tipText(const QString& message) {
-    constexpr qsizetype fieldLength = 64;
-    return (message + QChar(0)).leftJustified(fieldLength, u' ', true);
+std::string tipText(std::string_view message) {
+    constexpr std::size_t fieldLength = 64;
+    std::string field(utf8::firstCharacters(message, fieldLength));
+    field += '\0';
+    const std::size_t characters = utf8::characterCount(field);
+    if (characters > fieldLength) {
+        field.pop_back(); // the NUL did not fit
+    } else {
+        field.append(fieldLength - characters, ' ');
+    }
+    return field;
 }
 
-QString visibleTip(const QString& field) {
-    const qsizetype end = field.indexOf(QChar(0));
-    return end < 0 ? field : field.left(end);
+std::string_view visibleTip(std::string_view field) {
+    return field.substr(0, field.find('\0'));
 }
 
-QString syncToolTip(const ClockSetting& setting, const QString& message) {
+std::string syncToolTip(const ClockSetting& setting, std::string_view message) {
     // The rounded fields rather than the day number's own date, so that the last half second
     // of a day shows the next date along with 0:0:0.
     const SystemTime& t = setting.utc;
-    const QString date =
-        QLocale::system().toString(QDate(t.year, t.month, t.day), QLocale::ShortFormat);
-    return date + u' ' + QString::number(t.hour) + u':' + QString::number(t.minute) + u':' +
-           QString::number(t.second) + u'.' + QString::number(setting.millisecondsPart) +
-           QStringLiteral(" | ") + message;
+    return shortDateText(t.year, t.month, t.day) + ' ' + std::to_string(t.hour) + ':' +
+           std::to_string(t.minute) + ':' + std::to_string(t.second) + '.' +
+           std::to_string(setting.millisecondsPart) + " | " + std::string(message);
 }
 
 } // namespace cvl

@@ -4,8 +4,9 @@
 
 #include "platform/clock.h"
 
-#include <QString>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
@@ -14,7 +15,7 @@ namespace cvl {
 
 // Up to 15 significant digits, "." as the decimal point, no trailing zeros and never an
 // exponent.
-[[nodiscard]] QString decimalText(double value);
+[[nodiscard]] std::string decimalText(double value);
 
 // The milliseconds as earlier releases have always picked them out of the text of a time in
 // ms: the last six characters rounded when there is a ".", the last three otherwise. Only with
@@ -34,14 +35,14 @@ struct ClockSetting {
 // of the week is left 0.
 [[nodiscard]] ClockSetting clockSettingFor(double remoteMs, std::int32_t roundTripMs);
 
-[[nodiscard]] QString adjustedMessage(double lastOffsetMs);
+[[nodiscard]] std::string adjustedMessage(double lastOffsetMs);
 
 // The tray tip field: the message, a NUL, then blanks, cut to 64 characters.
-[[nodiscard]] QString tipText(const QString& message);
+[[nodiscard]] std::string tipText(std::string_view message);
 // The field up to its NUL.
-[[nodiscard]] QString visibleTip(const QString& field);
+[[nodiscard]] std::string_view visibleTip(std::string_view field);
 
 // "<short date> 9:5:7.250 | <message>": the time set, without leading zeros.
-[[nodiscard]] QString syncToolTip(const ClockSetting& setting, const QString& message);
+[[nodiscard]] std::string syncToolTip(const ClockSetting& setting, std::string_view message);
 
 } // namespace cvl

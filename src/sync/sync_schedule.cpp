@@ -1,25 +1,26 @@
 #include "sync/sync_schedule.h"
 
 #include "core/leading_number.h"
+#include "text/utf8.h"
 
 #include <cmath>
 #include <limits>
 
 namespace cvl {
 
-bool SyncSchedule::CalcIntC(const QString& syncNText, const QString& unitText) {
+bool SyncSchedule::CalcIntC(std::string_view syncNText, std::string_view unitText) {
     const std::optional<std::int32_t> every = roundToInt32(leadingNumber(syncNText));
     if (!every) {
         return false;
     }
     SyncEvery = *every;
-    const QStringView unit = QStringView(unitText).left(3);
+    const std::string_view unit = unitText.substr(0, 3);
     std::int64_t secondsPerUnit = 86400;
-    if (unit == u"Sec") {
+    if (unit == "Sec") {
         secondsPerUnit = 1;
-    } else if (unit == u"Min") {
+    } else if (unit == "Min") {
         secondsPerUnit = 60;
-    } else if (unit == u"Hou") {
+    } else if (unit == "Hou") {
         secondsPerUnit = 3600;
     }
     const std::int64_t seconds = std::int64_t{SyncEvery} * secondsPerUnit;
@@ -48,10 +49,10 @@ void SyncSchedule::retrySoon() {
         SyncSeconds > std::numeric_limits<std::int32_t>::min() ? SyncSeconds - 1 : SyncSeconds;
 }
 
-void SyncSchedule::CalcRandR(const QList<ServerEntry>& entries, const QString& RegionCode) {
+void SyncSchedule::CalcRandR(const std::vector<ServerEntry>& entries, std::string_view RegionCode) {
     PoolCount = 0;
-    for (qsizetype i = 0; i < entries.size() && PoolCount < maxServerHosts; ++i) {
-        if (QStringView(entries[i].text).right(2) == RegionCode) {
+    for (std::size_t i = 0; i < entries.size() && PoolCount < maxServerHosts; ++i) {
+        if (utf8::lastCharacters(entries[i].text, 2) == RegionCode) {
             RandomPool[PoolCount++] = static_cast<int>(i + 1);
         }
     }
@@ -70,11 +71,11 @@ std::optional<int> SyncSchedule::GrabRandom(double r) const {
     return RandomPool[static_cast<std::size_t>(pick) - 1];
 }
 
-QString SyncSchedule::keepNumeric(const QString& syncNText) {
-    if (syncNText.isEmpty() || isNumericText(syncNText)) {
-        return syncNText;
+std::string SyncSchedule::keepNumeric(std::string_view syncNText) {
+    if (syncNText.empty() || isNumericText(syncNText)) {
+        return std::string(syncNText);
     }
-    return syncNText.chopped(1);
+    return std::string(utf8::withoutLastCharacter(syncNText));
 }
 
 } // namespace cvl

@@ -4,11 +4,12 @@
 
 #include "sync/server_list.h"
 
-#include <QList>
-#include <QString>
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace cvl {
 
@@ -19,7 +20,7 @@ public:
     // number even when the seconds do not fit 32 bits; SyncSeconds is then left as it was and
     // the result is false (a number beyond 32 bits changes neither). True only for seconds,
     // when the caller restarts its one-second timer.
-    bool CalcIntC(const QString& syncNText, const QString& unitText);
+    bool CalcIntC(std::string_view syncNText, std::string_view unitText);
 
     // One second has passed. True when it is time to synchronise, and the count starts again;
     // an interval of 0 or less asks at every tick.
@@ -32,7 +33,7 @@ public:
 
     // Fills the pool with the 1-based box positions whose text ends in the region code, in box
     // order, at most 300 of them.
-    void CalcRandR(const QList<ServerEntry>& entries, const QString& RegionCode);
+    void CalcRandR(const std::vector<ServerEntry>& entries, std::string_view RegionCode);
 
     // The box position of a server from the pool for r drawn from [0, 1). The first and the
     // last pool member come up half as often as the others. nullopt with an empty pool.
@@ -40,7 +41,7 @@ public:
 
     // The interval box as it is typed into: a text that is not a number loses its last
     // character at each change.
-    [[nodiscard]] static QString keepNumeric(const QString& syncNText);
+    [[nodiscard]] static std::string keepNumeric(std::string_view syncNText);
 
     std::int32_t SyncEvery = 0;
     std::int32_t SyncSeconds = 0;

@@ -7,35 +7,32 @@
 
 namespace cvl {
 
-TimeQuery::TimeQuery(EventLoop& loop, Clock& clock, TimeBase& timeBase, QObject* parent)
-    : QObject(parent)
-    , clock_(clock)
+TimeQuery::TimeQuery(EventLoop& loop, Clock& clock, TimeBase& timeBase)
+    : clock_(clock)
     , timeBase_(timeBase)
     , lookup_(loop) {}
 
-TimeQuery::~TimeQuery() = default;
-
-void TimeQuery::send(DatagramSocket& socket, const QString& host, quint16 port) {
+void TimeQuery::send(DatagramSocket& socket, const std::string& host, std::uint16_t port) {
     socket_ = &socket;
     // A newer query replaces a pending lookup.
-    lookup_.start(host.toStdString(), port,
+    lookup_.start(host, port,
                   [this](const std::vector<PeerAddress>& addresses) { lookedUp(addresses); });
 }
 
 void TimeQuery::lookedUp(const std::vector<PeerAddress>& addresses) {
+    if (addresses.empty()) {
+        onSendFailed();
+        return;
+    }
     // The reference identifier is an IPv4 address, so IPv4 is preferred.
     const auto v4 = std::find_if(addresses.begin(), addresses.end(),
                                  [](const PeerAddress& address) { return address.isIPv4(); });
-    if (addresses.empty()) {
-        emit sendFailed();
-        return;
-    }
     transmit(v4 != addresses.end() ? *v4 : addresses.front());
 }
 
 void TimeQuery::transmit(const PeerAddress& address) {
-    if (socket_.isNull()) {
-        emit sendFailed();
+    if (socket_ == nullptr) {
+        onSendFailed();
         return;
     }
     std::array<char, 48> request{};
@@ -51,14 +48,14 @@ void TimeQuery::transmit(const PeerAddress& address) {
     if (!socket_->isBound()) {
         socket_->bind(0);
     }
-    if (!socket_->send(QByteArrayView(request.data(), qsizetype(request.size())), address)) {
-        emit sendFailed();
+    if (!socket_->send(std::string_view(request.data(), request.size()), address)) {
+        onSendFailed();
     } else {
-        emit sent();
+        onSent();
     }
 }
 
-bool TimeQuery::isAnswer(QByteArrayView datagram, const PeerAddress& from, bool strict) const {
+bool TimeQuery::isAnswer(std::string_view datagram, const PeerAddress& from, bool strict) const {
     if (!awaitingReply_ || datagram.size() < 32) {
         return false;
     }
@@ -79,7 +76,7 @@ bool TimeQuery::isAnswer(QByteArrayView datagram, const PeerAddress& from, bool 
     return (mode == 4 || mode == 5) && hasTransmitStamp;
 }
 
-void TimeQuery::accept(QByteArrayView answer, const PeerAddress& from) {
+void TimeQuery::accept(std::string_view answer, const PeerAddress& from) {
     awaitingReply_ = false;
     sendTicks_ =
         static_cast<std::int32_t>(clock_.tickCountMs() - static_cast<std::uint32_t>(sendTicks_));
@@ -98,14 +95,16 @@ void TimeQuery::accept(QByteArrayView answer, const PeerAddress& from) {
     }
     serverToolTip_ = syncToolTip(setting, syncMessage_);
 
-    refServerIP_ = QString::fromStdString(from.text());
-    const QStringList parts = refServerIP_.split(QLatin1Char('.'));
-    for (std::size_t i = 0; i < refAddress_.size(); ++i) {
-        const qsizetype part = static_cast<qsizetype>(i);
-        refAddress_[i] = part < parts.size() ? static_cast<std::uint8_t>(leadingNumber(parts[part]))
-                                             : std::uint8_t{0};
+    refServerIP_ = from.text();
+    // The reference identifier: the leading number of each dotted part, so an IPv6
+    // reference gives 0.0.0.0 as it always has.
+    std::string_view rest = refServerIP_;
+    for (std::uint8_t& byte : refAddress_) {
+        const std::size_t dot = rest.find('.');
+        byte = static_cast<std::uint8_t>(leadingNumber(rest.substr(0, dot)));
+        rest = dot == std::string_view::npos ? std::string_view() : rest.substr(dot + 1);
     }
-    emit synchronised();
+    onSynchronised();
 }
 
 } // namespace cvl

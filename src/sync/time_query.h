@@ -11,45 +11,42 @@
 #include "sync/clock_adjustment.h"
 #include "timebase/time_base.h"
 
-#include <QByteArrayView>
-#include <QObject>
-#include <QPointer>
 #include <array>
+#include <functional>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
-class TimeQuery final : public QObject {
-    Q_OBJECT
+class TimeQuery final {
 public:
-    TimeQuery(EventLoop& loop, Clock& clock, TimeBase& timeBase, QObject* parent = nullptr);
-    ~TimeQuery() override;
+    TimeQuery(EventLoop& loop, Clock& clock, TimeBase& timeBase);
 
-    // Sends one request to host:port from `socket`; sendFailed() when that cannot be done.
-    void send(DatagramSocket& socket, const QString& host, quint16 port);
+    // Sends one request to host:port from `socket`; onSendFailed when that cannot be done.
+    void send(DatagramSocket& socket, const std::string& host, std::uint16_t port);
 
     [[nodiscard]] bool AwaitingReply() const { return awaitingReply_; }
     // Whether a 48-byte datagram answers the query: only bytes 24, 27 and 31 are compared with
     // the request's transmit stamp, which is all zero. So any client's ordinary request
     // matches too; `strict` also asks for the address and port the query went to, server or
     // broadcast mode and a transmit stamp.
-    [[nodiscard]] bool isAnswer(QByteArrayView datagram, const PeerAddress& from,
+    [[nodiscard]] bool isAnswer(std::string_view datagram, const PeerAddress& from,
                                 bool strict = false) const;
-    // Takes an answer: steps the clock and records the reference. Emits synchronised().
-    void accept(QByteArrayView answer, const PeerAddress& from);
+    // Takes an answer: steps the clock and records the reference, then onSynchronised.
+    void accept(std::string_view answer, const PeerAddress& from);
 
-    [[nodiscard]] const QString& SyncMessage() const { return syncMessage_; }
-    [[nodiscard]] const QString& serverToolTip() const { return serverToolTip_; }
+    [[nodiscard]] const std::string& SyncMessage() const { return syncMessage_; }
+    [[nodiscard]] const std::string& serverToolTip() const { return serverToolTip_; }
     [[nodiscard]] const LocalDateTime& LastSyncTime() const { return lastSyncTime_; }
     [[nodiscard]] const NtpTimestamp& LastSyncStamp() const { return lastSyncStamp_; }
-    [[nodiscard]] const QString& RefServerIP() const { return refServerIP_; }
+    [[nodiscard]] const std::string& RefServerIP() const { return refServerIP_; }
     [[nodiscard]] const std::array<std::uint8_t, 4>& RefAddress() const { return refAddress_; }
     [[nodiscard]] double LastOffsetMs() const { return lastOffsetMs_; }
     [[nodiscard]] std::int32_t roundTripMs() const { return sendTicks_; }
 
-signals:
-    void sendFailed();
-    void sent();
-    void synchronised();
+    std::function<void()> onSendFailed;
+    std::function<void()> onSent;
+    std::function<void()> onSynchronised;
 
 private:
     void lookedUp(const std::vector<PeerAddress>& addresses);
@@ -59,7 +56,7 @@ private:
     TimeBase& timeBase_;
 
     // The query in flight.
-    QPointer<DatagramSocket> socket_;
+    DatagramSocket* socket_ = nullptr;
     HostLookup lookup_;
     PeerAddress sentTo_;
     bool awaitingReply_ = false;
@@ -69,11 +66,11 @@ private:
 
     // The last accepted answer.
     double lastOffsetMs_ = 0;
-    QString syncMessage_;
-    QString serverToolTip_;
+    std::string syncMessage_;
+    std::string serverToolTip_;
     LocalDateTime lastSyncTime_;
     NtpTimestamp lastSyncStamp_{};
-    QString refServerIP_;
+    std::string refServerIP_;
     std::array<std::uint8_t, 4> refAddress_{};
 };
 

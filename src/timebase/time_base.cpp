@@ -1,5 +1,6 @@
 #include "timebase/time_base.h"
 
+#include "text/utf8.h"
 #include "timebase/arithmetic.h"
 #include "timebase/calendar.h"
 
@@ -125,15 +126,7 @@ const std::string& TimeBase::svrBIAS() {
     const std::string& name = reading.result == TimeZoneIdDaylight ? reading.info.DaylightName
                                                                    : reading.info.StandardName;
     const std::string_view beforeNul(name.c_str()); // stops at the first NUL
-    // Characters, not bytes: a cut must not split a UTF-8 sequence.
-    std::size_t end = 0;
-    for (std::size_t characters = 0; end < beforeNul.size(); ++end) {
-        const bool startsCharacter = (static_cast<unsigned char>(beforeNul[end]) & 0xC0) != 0x80;
-        if (startsCharacter && characters++ == zoneNameLength) {
-            break;
-        }
-    }
-    zoneName_ = beforeNul.substr(0, end);
+    zoneName_ = utf8::firstCharacters(beforeNul, zoneNameLength);
     return zoneName_;
 }
 

@@ -1,4 +1,5 @@
 #include "ui/overview_page.h"
+#include "ui/qt/qt_text.h"
 
 #include "core/cvl_server.h"
 #include "log/request_log.h"
@@ -95,21 +96,23 @@ void OverviewPage::refresh() {
     }
     // Before the first answer the operator needs to know whom we are waiting for and when we
     // try again; after it, what we got and from whom.
-    asked_->setText(
-        server_.askedServer().isEmpty()
-            ? tr("not asked yet")
-            : tr("%1, at %2").arg(server_.askedServer(), generalDateText(server_.askedAt())));
+    asked_->setText(server_.askedServer().empty()
+                        ? tr("not asked yet")
+                        : tr("%1, at %2")
+                              .arg(toQString(server_.askedServer()),
+                                   toQString(generalDateText(server_.askedAt()))));
     nextTry_->setText(tr("in %1 s").arg(server_.secondsToNextSync()));
     unanswered_->setText(server_.unansweredText());
     message_->setText(
-        query.SyncMessage().isEmpty()
+        query.SyncMessage().empty()
             ? tr("none yet")
-            : tr("%1 (%2)").arg(query.SyncMessage(), offsetText(query.LastOffsetMs())));
-    reference_->setText(query.RefServerIP().isEmpty()
-                            ? server_.CurrentServer()
+            : tr("%1 (%2)").arg(toQString(query.SyncMessage()), offsetText(query.LastOffsetMs())));
+    reference_->setText(query.RefServerIP().empty()
+                            ? toQString(server_.CurrentServer())
                             : tr("%1 (%2), at %3")
-                                  .arg(server_.CurrentServer(), query.RefServerIP(),
-                                       generalDateText(query.LastSyncTime())));
+                                  .arg(toQString(server_.CurrentServer()),
+                                       toQString(query.RefServerIP()),
+                                       toQString(generalDateText(query.LastSyncTime()))));
     form_->setRowVisible(asked_, !synced);
     form_->setRowVisible(unanswered_, !server_.unansweredText().isEmpty());
     form_->setRowVisible(message_, synced);

@@ -1,4 +1,5 @@
 #include "ui/server_window.h"
+#include "ui/qt/qt_text.h"
 
 #include "core/cvl_server.h"
 #include "log/request_log.h"
@@ -179,7 +180,7 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
     connect(&server_, &CVL_Server::serversChanged, this, &ServerWindow::refreshServers);
     connect(&server_, &CVL_Server::selectedServerChanged, servers_, &QComboBox::setCurrentIndex);
     connect(&server_, &CVL_Server::syncMessageChanged, this, [this] {
-        servers_->setToolTip(server_.timeQuery().serverToolTip());
+        servers_->setToolTip(toQString(server_.timeQuery().serverToolTip()));
         refresh(); // the tray's icon with it, even while the window is hidden
     });
     // Who was asked, and whether the answer is overdue, show at once on the overview.
@@ -329,8 +330,7 @@ void ServerWindow::buildStatusBar() {
     lamps_ = new TrafficLamps(statusBar());
     clock_ = new QLabel(statusBar());
     clock_->setObjectName(QStringLiteral("Clock"));
-    zone_ = new QLabel(QStringLiteral(" Time Zone: ") +
-                           QString::fromStdString(server_.timeBase().ZoneName()),
+    zone_ = new QLabel(QStringLiteral(" Time Zone: ") + toQString(server_.timeBase().ZoneName()),
                        statusBar());
     zone_->setObjectName(QStringLiteral("TimeZoneLabel"));
     statusBar()->addWidget(status_, 1);
@@ -356,7 +356,7 @@ void ServerWindow::buildTray() {
     menu->addSeparator();
     menu->addAction(tr("Exit"), qApp, &QCoreApplication::quit);
     tray_->setContextMenu(menu);
-    tray_->setToolTip(visibleTip(server_.TipText()));
+    tray_->setToolTip(toQString(visibleTip(server_.TipText())));
     connect(tray_, &QSystemTrayIcon::activated, this, &ServerWindow::toggleFromTray);
     tray_->show();
 }
@@ -442,21 +442,21 @@ void ServerWindow::refresh() {
 void ServerWindow::showRemoteHost(int box) {
     const RemoteHost& host = server_.remoteHost(box);
     QLineEdit* edit = remoteHosts_[static_cast<std::size_t>(box)];
-    edit->setText(host.address);
-    if (!host.address.isEmpty()) {
-        edit->setToolTip(QLatin1Char(' ') + generalDateText(host.when) + QLatin1Char(' '));
+    edit->setText(toQString(host.address));
+    if (!host.address.empty()) {
+        edit->setToolTip(toQString(' ' + generalDateText(host.when) + ' '));
     }
 }
 
 void ServerWindow::refreshServers() {
     servers_->clear();
     const ServerList& list = server_.servers();
-    if (list.entries.isEmpty()) {
+    if (list.entries.empty()) {
         servers_->addItem(QStringLiteral("NA"));
         return;
     }
     for (const ServerEntry& entry : list.entries) {
-        servers_->addItem(flagIcon(entry.image), entry.text);
+        servers_->addItem(flagIcon(entry.image), toQString(entry.text));
     }
     servers_->setCurrentIndex(server_.selectedServer());
 }
@@ -474,7 +474,7 @@ void ServerWindow::refreshSyncControls() {
 }
 
 void ServerWindow::tick() {
-    clock_->setText(generalDateText(server_.localNow()));
+    clock_->setText(toQString(generalDateText(server_.localNow())));
 }
 
 void ServerWindow::changeEvent(QEvent* event) {

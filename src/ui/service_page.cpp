@@ -1,4 +1,5 @@
 #include "ui/service_page.h"
+#include "ui/qt/qt_text.h"
 
 #include "core/cvl_server.h"
 #include "log/request_log.h"
@@ -152,9 +153,11 @@ void ServicePage::refresh() {
                                             : tr("not counted"));
     udpCount_->setText(QString::number(listeners.udpRequests(id_).value()));
     const RemoteHost& client = server_.remoteHost(row.remoteHostBox);
-    lastClient_->setText(client.address.isEmpty()
-                             ? tr("none yet")
-                             : tr("%1, at %2").arg(client.address, generalDateText(client.when)));
+    lastClient_->setText(
+        client.address.empty()
+            ? tr("none yet")
+            : tr("%1, at %2")
+                  .arg(toQString(client.address), toQString(generalDateText(client.when))));
     if (ntpMs_ != nullptr) {
         ntpMs_->setText(QStringLiteral("NTPms ") + QString::number(server_.lastNtpMilliseconds()));
     }

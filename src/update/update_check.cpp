@@ -86,7 +86,7 @@ void UpdateCheck::received(const QByteArray& chunk) {
         // Only seven characters are looked at: longer lengths lose their last digits.
         QString digits = QString::fromLatin1(chunk.mid(lengthAt + kLengthHeader.size(), 7));
         digits.remove(kLineEnd);
-        if (const auto length = roundToInt32(leadingNumber(digits))) {
+        if (const auto length = roundToInt32(leadingNumber(digits.toStdString()))) {
             ContentLength = *length;
         }
         const qsizetype blankAt = chunk.indexOf(kBlankLine) + 1; // 1-based, 0 when absent
@@ -163,7 +163,8 @@ void UpdateCheck::saveIT(const QByteArray& qbkdata) {
     const QFileInfo serverFile(serverFilePath());
     if (!serverFile.exists()) {
         GetServerFile = true;
-    } else if (static_cast<double>(serverFile.size()) != leadingNumber(fields.at(4))) {
+    } else if (static_cast<double>(serverFile.size()) !=
+               leadingNumber(fields.at(4).toStdString())) {
         UpdatePrompted = true;
         if (prompter_.askYesNo(PromptOwner::MainWindow,
                                QStringLiteral("Chronvale Update Available!"),

@@ -217,23 +217,6 @@ private slots:
         QCOMPARE(array.upperBound(), 3);
     }
 
-    // Numbers as port boxes and saved fields give them: the leading number, blanks ignored,
-    // rounded half to even into 16 bits.
-    void leadingNumber() {
-        const auto int16 = [](const char* text) {
-            const auto value = roundToInt16(cvl::leadingNumber(QString::fromLatin1(text)));
-            return value ? QString::number(*value) : QStringLiteral("overflow");
-        };
-        QCOMPARE(int16("37abc"), "37");
-        QCOMPARE(int16("abc"), "0");
-        QCOMPARE(int16(" 3 7"), "37");
-        QCOMPARE(int16("2.5"), "2");
-        QCOMPARE(int16("3.5"), "4");
-        QCOMPARE(int16("-5"), "-5");
-        QCOMPARE(int16("40000"), "overflow");
-        QCOMPARE(int16("1e3x"), "1000");
-    }
-
     // Well formed (four fields or more), enabled (exactly "YES"), TCP, UDP, and the port.
     void serviceSetting() {
         const auto parsed = [](const char* text) {

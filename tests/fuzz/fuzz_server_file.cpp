@@ -5,7 +5,9 @@
 #include "sync/server_list.h"
 #include "sync/sync_schedule.h"
 
-#include <QBuffer>
+#include "text/utf8.h"
+
+#include <sstream>
 
 using namespace cvl;
 
@@ -18,18 +20,18 @@ struct State {};
 CHRONVALE_FUZZ_STATE(State)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    QByteArray bytes =
-        QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
-    QBuffer file(&bytes);
-    fuzz::require(file.open(QIODevice::ReadOnly));
+    std::istringstream file(std::string(reinterpret_cast<const char*>(data), size));
     const ServerList list = readServerFile(file);
     // Reading stops once the box has taken the line that would be host 301.
     fuzz::require(list.count() <= maxServerHosts + 1);
-    if (list.entries.isEmpty()) {
+    if (list.entries.empty()) {
         return 0;
     }
+    for (const ServerEntry& entry : list.entries) {
+        fuzz::require(utf8::isValid(entry.text));
+    }
     SyncSchedule schedule;
-    schedule.CalcRandR(list.entries, list.entries.first().text.right(2));
+    schedule.CalcRandR(list.entries, utf8::lastCharacters(list.entries.front().text, 2));
     fuzz::require(schedule.PoolCount >= 1 && schedule.PoolCount <= maxServerHosts);
     for (const double r : {0.0, 0.5, 0.9999999}) {
         const std::optional<int> position = schedule.GrabRandom(r);

@@ -42,21 +42,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                   again.regionCode == general.regionCode &&
                   again.ntpFirstByte == general.ntpFirstByte);
     SyncSchedule schedule;
-    schedule.CalcIntC(general.syncEvery, general.syncUnit);
+    schedule.CalcIntC(general.syncEvery.toStdString(), general.syncUnit.toStdString());
     [[maybe_unused]] const bool due = schedule.tick();
-    [[maybe_unused]] const QString kept = SyncSchedule::keepNumeric(general.syncEvery);
+    [[maybe_unused]] const std::string kept =
+        SyncSchedule::keepNumeric(general.syncEvery.toStdString());
 
-    const double number = leadingNumber(text);
+    const std::string utf8Text = text.toStdString();
+    const double number = leadingNumber(utf8Text);
     const std::optional<std::int16_t> small = roundToInt16(number);
     const std::optional<std::int32_t> large = roundToInt32(number);
     fuzz::require(!small || (large && *large == *small));
-    [[maybe_unused]] const bool numeric = isNumericText(text);
+    [[maybe_unused]] const bool numeric = isNumericText(utf8Text);
 
     // The listeners read the port as the check below does; only a port that would open a
     // socket is replaced.
     const auto id = static_cast<ServiceId>(size % kServiceCount);
     QString value = text;
-    const std::optional<std::int16_t> port = roundToInt16(leadingNumber(service.port));
+    const std::optional<std::int16_t> port =
+        roundToInt16(leadingNumber(service.port.toStdString()));
     if (service.wellFormed && port && *port >= 0) {
         QStringList fields = text.split(QLatin1Char(':'));
         fields[3] = QStringLiteral("0");

@@ -28,10 +28,10 @@ inline void prepareProcess() {
 // `bytes`, which is exactly as long as the datagram, so that a read past its end is caught.
 inline Datagram loopbackDatagram(const std::vector<char>& bytes, quint16 port) {
     Datagram datagram;
-    datagram.data = QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    datagram.data = std::string_view(bytes.data(), bytes.size());
     datagram.size = datagram.data.size();
     datagram.sender = PeerAddress::fromIPv4(0x7F000001, port);
-    datagram.senderText = QStringLiteral("127.0.0.1");
+    datagram.senderText = "127.0.0.1";
     return datagram;
 }
 

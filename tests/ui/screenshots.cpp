@@ -62,8 +62,8 @@ int main(int argc, char* argv[]) {
     DesktopFrontEnd front;
     front.build(server);
     server.start([&] { front.startUp(false); });
-    server.showClient(0, QStringLiteral("192.0.2.44"));
-    server.showClient(2, QStringLiteral("198.51.100.7"));
+    server.showClient(0, "192.0.2.44");
+    server.showClient(2, "198.51.100.7");
 
     ServerWindow& window = front.window();
     window.CVLSelected(1);

@@ -11,6 +11,7 @@
 #include "ui/config_dialog.h"
 #include "ui/desktop_front_end.h"
 #include "ui/qbk_buttons.h"
+#include "ui/qt/qt_text.h"
 #include "ui/server_window.h"
 
 #include <QCheckBox>
@@ -201,14 +202,14 @@ private slots:
         window.CVLSelected(1);
         const TimeQuery& query = server.timeQuery();
         QVERIFY(state->text().startsWith("Synchronised"));
-        QVERIFY(
-            find<QLabel>(overview, "SyncResult")
-                ->text()
-                .contains(QRegularExpression("^" + QRegularExpression::escape(query.SyncMessage()) +
-                                             " \\([+-]?\\d+\\.\\d ms\\)$")));
+        QVERIFY(find<QLabel>(overview, "SyncResult")
+                    ->text()
+                    .contains(QRegularExpression(
+                        "^" + QRegularExpression::escape(toQString(query.SyncMessage())) +
+                        " \\([+-]?\\d+\\.\\d ms\\)$")));
         QCOMPARE(find<QLabel>(overview, "Reference")->text(),
-                 "127.0.0.1 (" + query.RefServerIP() + "), at " +
-                     generalDateText(query.LastSyncTime()));
+                 toQString("127.0.0.1 (" + query.RefServerIP() + "), at " +
+                           generalDateText(query.LastSyncTime())));
         QVERIFY(!find<QLabel>(overview, "AskedServer")->isVisibleTo(overview));
         QCOMPARE(summary->item(timeRow, 1)->text(), QString("TCP %1, UDP %1").arg(timePort));
 

@@ -40,16 +40,15 @@ void sendEach(int fd, mmsghdr* messages, int count) {
 
 } // namespace
 
-DatagramSocket::DatagramSocket(EventLoop& loop, QObject* parent)
-    : QObject(parent)
-    , loop_(loop)
+DatagramSocket::DatagramSocket(EventLoop& loop)
+    : loop_(loop)
     , buffers_(new char[static_cast<std::size_t>(kBatch) * kKeptBytes]) {}
 
 DatagramSocket::~DatagramSocket() {
     close();
 }
 
-DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
+DatagramSocket::BindResult DatagramSocket::bind(std::uint16_t port) {
     close();
     const BoundSockets bound = bindEveryAddress(SOCK_DGRAM, port);
     if (!bound.bound()) {
@@ -58,7 +57,9 @@ DatagramSocket::BindResult DatagramSocket::bind(quint16 port) {
     sockets_.adopt(bound);
     const bool watched = sockets_.watch(loop_, [this](std::size_t family) {
         ready_ = family;
-        emit readyRead();
+        if (onReadable) {
+            onReadable();
+        }
     });
     if (!watched) {
         return BindResult::Failed;
@@ -105,19 +106,19 @@ int DatagramSocket::receiveBatch() {
 Datagram DatagramSocket::datagram(int index) {
     const auto i = static_cast<std::size_t>(index);
     Datagram datagram;
-    datagram.size = sizes_[i];
-    datagram.data =
-        QByteArrayView(buffers_.get() + i * kKeptBytes, std::min(sizes_[i], kKeptBytes));
+    datagram.size = static_cast<std::size_t>(sizes_[i]);
+    datagram.data = std::string_view(buffers_.get() + i * kKeptBytes,
+                                     static_cast<std::size_t>(std::min(sizes_[i], kKeptBytes)));
     datagram.sender = peerFromSocketAddress(peers_[i]);
-    if (!(datagram.sender == lastPeer_) || lastPeerText_.isEmpty()) {
+    if (!(datagram.sender == lastPeer_) || lastPeerText_.empty()) {
         lastPeer_ = datagram.sender;
-        lastPeerText_ = QString::fromLatin1(datagram.sender.text());
+        lastPeerText_ = datagram.sender.text();
     }
     datagram.senderText = lastPeerText_;
     return datagram;
 }
 
-bool DatagramSocket::send(QByteArrayView data, const PeerAddress& to) {
+bool DatagramSocket::send(std::string_view data, const PeerAddress& to) {
     msghdr header{};
     iovec vector{const_cast<char*>(data.data()), static_cast<std::size_t>(data.size())};
     header.msg_iov = &vector;
@@ -126,14 +127,14 @@ bool DatagramSocket::send(QByteArrayView data, const PeerAddress& to) {
     const sockaddr_in6 destination = socketAddressOf(to);
     setDestination(header, destination, v4);
     const int fd = socketFor(destination);
-    return fd >= 0 && ::sendmsg(fd, &header, MSG_DONTWAIT) == data.size();
+    return fd >= 0 && ::sendmsg(fd, &header, MSG_DONTWAIT) == static_cast<ssize_t>(data.size());
 }
 
-int DatagramSocket::sendBytewise(QByteArrayView data, const PeerAddress& to) {
+int DatagramSocket::sendBytewise(std::string_view data, const PeerAddress& to) {
     constexpr std::size_t most = 8;
     const sockaddr_in6 destination = socketAddressOf(to);
     const int fd = socketFor(destination);
-    if (fd < 0 || data.size() > qsizetype{most}) {
+    if (fd < 0 || data.size() > most) {
         return 0;
     }
     std::array<mmsghdr, most> messages{};
@@ -150,8 +151,8 @@ int DatagramSocket::sendBytewise(QByteArrayView data, const PeerAddress& to) {
     return std::max(sent, 0);
 }
 
-void DatagramSocket::sendWithBatch(QByteArrayView data, const PeerAddress& to) {
-    if (!reading_ || data.size() > kQueuedBytes) {
+void DatagramSocket::sendWithBatch(std::string_view data, const PeerAddress& to) {
+    if (!reading_ || data.size() > std::size_t{kQueuedBytes}) {
         send(data, to);
         return;
     }

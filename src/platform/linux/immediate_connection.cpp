@@ -1,4 +1,4 @@
-#include "services/service_protocol.h"
+#include "platform/immediate_connection.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -6,8 +6,9 @@
 
 namespace cvl {
 
-ImmediateConnection::ImmediateConnection(int descriptor, QString peer, quint16 localPort)
-    : descriptor_(descriptor)
+ImmediateConnection::ImmediateConnection(NativeSocket socket, std::string peer,
+                                         std::uint16_t localPort)
+    : socket_(socket)
     , peer_(std::move(peer))
     , localPort_(localPort) {}
 
@@ -15,15 +16,15 @@ ImmediateConnection::~ImmediateConnection() {
     // The end of the connection rides on the segment that carries the answer. Shutting down
     // first sends both even when the client left bytes unread, where close() alone would
     // reset the connection and drop what is still queued.
-    ::shutdown(descriptor_, SHUT_WR);
-    ::close(descriptor_);
+    ::shutdown(static_cast<int>(socket_), SHUT_WR);
+    ::close(static_cast<int>(socket_));
 }
 
-bool ImmediateConnection::send(QByteArrayView data) {
+bool ImmediateConnection::send(std::string_view data) {
     // A fresh connection's send buffer takes these few bytes whole. MSG_MORE holds them back
     // until the connection is closed, so that answer and end leave as one segment.
-    return ::send(descriptor_, data.data(), static_cast<std::size_t>(data.size()),
-                  MSG_NOSIGNAL | MSG_DONTWAIT | MSG_MORE) == data.size();
+    return ::send(static_cast<int>(socket_), data.data(), data.size(),
+                  MSG_NOSIGNAL | MSG_DONTWAIT | MSG_MORE) == static_cast<ssize_t>(data.size());
 }
 
 } // namespace cvl
