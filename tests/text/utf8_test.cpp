@@ -17,8 +17,8 @@ TEST(Utf8, CutsCountCharactersNotBytes) {
 
 TEST(Utf8, ValidityAndLatin1) {
     EXPECT_TRUE(utf8::isValid("plain \xC3\xA9\xE2\x82\xAC\xF0\x9F\x95\x90"));
-    for (const char* bad : {"\xE9t\xE9", "\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-                            "\xE2\x82"}) {
+    for (const char* bad :
+         {"\xE9t\xE9", "\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82"}) {
         EXPECT_FALSE(utf8::isValid(bad)) << bad;
     }
     EXPECT_EQ(utf8::fromLatin1("\xE9t\xE9 \xFF"), "\xC3\xA9t\xC3\xA9 \xC3\xBF");
