@@ -88,7 +88,8 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
     instance.setShowHandler([&frontEnd] { return frontEnd.showWindow(); });
 
     const QString settingsPath =
-        QFileInfo(line.settingsFile.isEmpty() ? defaultSettingsPath() : line.settingsFile)
+        QFileInfo(line.settingsFile.isEmpty() ? QString::fromStdString(defaultSettingsPath())
+                                              : line.settingsFile)
             .absoluteFilePath();
     // The desktop program runs from libexec; the daemon that handed over tells where it is.
     const QString handedOver = qEnvironmentVariable("CHRONVALE_SERVER_PROGRAM");
@@ -114,7 +115,7 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
 
     SystemClock clock(!line.noSetClock);
     SystemTimeZone timeZone;
-    IniSettingsStore settings(settingsPath);
+    IniSettingsStore settings(settingsPath.toStdString());
     XdgAutostart autostart(xdgConfigHome());
     SystemHostInfo host(programFolder, execLine(command));
     SystemLauncher launcher;

@@ -22,7 +22,7 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , options_(std::move(options))
     , registry_(platform.settings)
     , timeBase_(platform.clock, platform.timeZone)
-    , listeners_(new ServiceListeners(platform.loop, this))
+    , listeners_(std::make_unique<ServiceListeners>(platform.loop))
     , timeService_(std::make_unique<TimeService>(*this))
     , daytimeService_(std::make_unique<DaytimeService>(*this, platform.clock))
     , unixTimeService_(std::make_unique<UnixTimeService>(*this))
@@ -36,10 +36,18 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , random_([] { return QRandomGenerator::global()->generateDouble(); })
     , windowCaption_(fixedTitle())
     , strictSync_(options_.strictSync) {
-    connect(listeners_, &ServiceListeners::statusText, this, &CVL_Server::setStatusText);
-    connect(listeners_, &ServiceListeners::clientShown, this,
-            [this](int box, const QString& address) { showClient(box, address.toStdString()); });
-    connect(listeners_, &ServiceListeners::lamp, this, &CVL_Server::light);
+    listeners_->onStatusText = [this](const std::string& text) {
+        setStatusText(text);
+    };
+    listeners_->onClientShown = [this](int box, std::string_view address) {
+        showClient(box, address);
+    };
+    listeners_->onLamp = [this](Lamp lamp) {
+        light(lamp);
+    };
+    listeners_->onServiceChanged = [this](ServiceId id) {
+        emit serviceChanged(id);
+    };
     listeners_->setProtocol(ServiceId::Time, timeService_.get());
     listeners_->setProtocol(ServiceId::Daytime, daytimeService_.get());
     listeners_->setProtocol(ServiceId::Unix, unixTimeService_.get());
@@ -50,11 +58,11 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     syncTimer_.setInterval(std::chrono::seconds(1));
     unansweredTimer_.setSingleShot(true);
     unansweredTimer_.setInterval(std::chrono::milliseconds(kUnansweredAfterMs));
-    connect(listeners_, &ServiceListeners::statusTextWithdrawn, this, [this](const QString& text) {
+    listeners_->onStatusTextWithdrawn = [this](const std::string& text) {
         if (statusText_ == text) {
-            setStatusText(QString());
+            setStatusText({});
         }
-    });
+    };
     timeQuery_->onSendFailed = [this] {
         GrabRandom();
         schedule_.retryOnNextTick();
@@ -169,18 +177,17 @@ void CVL_Server::shutdown() {
     writeSettings();
 }
 
-QString CVL_Server::serverFilePath() const {
-    return platform_.host.programFolder() + QStringLiteral("/QBK_CVLS4.CVL");
+std::string CVL_Server::serverFilePath() const {
+    return platform_.host.programFolder().toStdString() + "/QBK_CVLS4.CVL";
 }
 
 void CVL_Server::ReadCVLFile() {
-    std::optional<ServerList> list = readServerFile(serverFilePath().toStdString());
+    std::optional<ServerList> list = readServerFile(serverFilePath());
     if (!list) {
         // Without the list there is nothing to synchronise from, and the settings wait for
         // it too: the update server is asked for the file.
-        setStatusText(
-            QStringLiteral("Reference-server file not found, asking the update server: ") +
-            serverFilePath());
+        setStatusText("Reference-server file not found, asking the update server: " +
+                      serverFilePath());
         updateCheck_->QBKUpdate();
         return;
     }
@@ -190,7 +197,7 @@ void CVL_Server::ReadCVLFile() {
     emit serversChanged();
     readSettings();
     CalcIntC();
-    schedule_.CalcRandR(serverList_.entries, regionCode_.toStdString());
+    schedule_.CalcRandR(serverList_.entries, regionCode_);
     if (!serverList_.entries.empty()) {
         selectServer(0);
     }
@@ -202,9 +209,8 @@ void CVL_Server::readSettings() {
         registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey, kGeneralValue, kGeneralDefault);
         for (const ServiceId id : kSettingsReadOrder) {
             const ServiceRow& row = serviceRow(id);
-            registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey,
-                            QString::fromLatin1(row.registryValue),
-                            QString::fromLatin1(row.defaultSetting));
+            registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey, row.registryValue,
+                            row.defaultSetting);
         }
     }
 
@@ -218,10 +224,9 @@ void CVL_Server::readSettings() {
     strictSync_ = options_.strictSync || isYes(registry_.read(kSettingsKey, kStrictSyncValue));
 
     for (const ServiceId id : kSettingsReadOrder) {
-        listeners_->applySetting(
-            id, registry_.read(kSettingsKey, QString::fromLatin1(serviceRow(id).registryValue)));
+        listeners_->applySetting(id, registry_.read(kSettingsKey, serviceRow(id).registryValue));
     }
-    if (!registry_.lastError().isEmpty()) {
+    if (!registry_.lastError().empty()) {
         setStatusText(registry_.lastError());
     }
     settingsRead_ = true;
@@ -240,8 +245,7 @@ void CVL_Server::writeSettings() {
     registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey, kEnableLoggingValue, yesNo(enableLogging_));
     writeRunEntry();
     for (const ServiceId id : kSettingsWriteOrder) {
-        registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey,
-                        QString::fromLatin1(serviceRow(id).registryValue),
+        registry_.write(HKEY_LOCAL_MACHINE, kSettingsKey, serviceRow(id).registryValue,
                         listeners_->settingText(id));
     }
 }
@@ -299,20 +303,19 @@ void CVL_Server::setTimeSynced() {
     listeners_->setTimeSynced();
 }
 
-void CVL_Server::setRegionCode(const QString& code) {
+void CVL_Server::setRegionCode(std::string_view code) {
     regionCode_ = code;
-    schedule_.CalcRandR(serverList_.entries, regionCode_.toStdString());
+    schedule_.CalcRandR(serverList_.entries, regionCode_);
 }
 
 void CVL_Server::CalcIntC() {
-    if (schedule_.CalcIntC(sync_.syncN.toStdString(), sync_.syncUnit.toStdString()) &&
-        syncTimer_.isActive()) {
+    if (schedule_.CalcIntC(sync_.syncN, sync_.syncUnit) && syncTimer_.isActive()) {
         syncTimer_.start(); // restarts the one-second count
     }
 }
 
-QString CVL_Server::syncNChanged(const QString& text) {
-    sync_.syncN = QString::fromStdString(SyncSchedule::keepNumeric(text.toStdString()));
+std::string CVL_Server::syncNChanged(std::string_view text) {
+    sync_.syncN = SyncSchedule::keepNumeric(text);
     return sync_.syncN;
 }
 
@@ -320,7 +323,7 @@ void CVL_Server::syncNEntered() {
     CalcIntC();
 }
 
-void CVL_Server::syncUnitChosen(const QString& unit) {
+void CVL_Server::syncUnitChosen(std::string_view unit) {
     sync_.syncUnit = unit;
     CalcIntC();
 }
@@ -435,9 +438,9 @@ NtpReference CVL_Server::ntpReference() const {
             timeQuery_->LastSyncStamp()};
 }
 
-void CVL_Server::setStatusText(const QString& text) {
+void CVL_Server::setStatusText(const std::string& text) {
     statusText_ = text;
-    emit statusTextChanged(text);
+    emit statusTextChanged(QString::fromStdString(text));
 }
 
 } // namespace cvl

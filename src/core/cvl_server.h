@@ -62,8 +62,8 @@ struct ServerOptions {
 // random choice of server).
 struct SyncControls {
     bool randomCheck = false;
-    QString syncN;
-    QString syncUnit;
+    std::string syncN;
+    std::string syncUnit;
 };
 
 // The last client shown in one remote-host box, and when it came.
@@ -112,7 +112,7 @@ public:
     void checkForUpdates();
     // The desktop's date-and-time settings; a failure to start them is not reported.
     void openDateTimeSettings();
-    [[nodiscard]] const QString& statusText() const { return statusText_; }
+    [[nodiscard]] const std::string& statusText() const { return statusText_; }
     [[nodiscard]] const RemoteHost& remoteHost(int box) const { return remoteHosts_.at(box); }
     [[nodiscard]] const LocalDateTime& UpdateStamp() const { return updateStamp_; }
     // The request log's file for today (empty before start-up).
@@ -129,9 +129,9 @@ public:
     [[nodiscard]] const SyncSchedule& schedule() const { return schedule_; }
     [[nodiscard]] const TimeQuery& timeQuery() const { return *timeQuery_; }
     // Typing in the interval box: returns the text as the box keeps it.
-    QString syncNChanged(const QString& text);
+    std::string syncNChanged(std::string_view text);
     void syncNEntered();
-    void syncUnitChosen(const QString& unit);
+    void syncUnitChosen(std::string_view unit);
     void setRandomCheck(bool on) { sync_.randomCheck = on; }
     // One tick of the synchronisation timer.
     void syncTick();
@@ -159,7 +159,7 @@ public:
 
     // Settings held in memory.
     [[nodiscard]] const SyncControls& syncControls() const { return sync_; }
-    [[nodiscard]] const QString& RegionCode() const { return regionCode_; }
+    [[nodiscard]] const std::string& RegionCode() const { return regionCode_; }
     [[nodiscard]] std::int16_t ntpFirstByte() const { return ntpFirstByte_; }
     [[nodiscard]] bool OpenMinimized() const { return openMinimized_; }
     [[nodiscard]] bool EnableLogging() const { return enableLogging_; }
@@ -169,7 +169,7 @@ public:
     void setOpenMinimized(bool on) { openMinimized_ = on; }
     void setEnableLogging(bool on);
     void setRunAtStartup(bool on);
-    void setRegionCode(const QString& code);
+    void setRegionCode(std::string_view code);
     void setUseJulian(bool on) { useJulian_ = on; }
 
     // What the services reach.
@@ -206,12 +206,14 @@ signals:
     void checkingChanged(bool checking);
     void windowCaptionChanged(const QString& caption);
     void checkUpdateEnabledChanged(bool enabled);
+    // A service's controls changed; a view refreshes that service's details.
+    void serviceChanged(cvl::ServiceId id);
     // The last query has gone unanswered for kUnansweredAfterMs (or that has been put right:
     // the text is then empty).
     void unansweredChanged(const QString& text);
 
 private:
-    void setStatusText(const QString& text);
+    void setStatusText(const std::string& text);
     void readSettings();
     void writeRunEntry();
     void CalcIntC();
@@ -219,13 +221,13 @@ private:
     void setUnansweredText(const QString& text);
     void queryUnanswered();
     [[nodiscard]] QString clientsWhileUnanswered() const;
-    [[nodiscard]] QString serverFilePath() const;
+    [[nodiscard]] std::string serverFilePath() const;
 
     Platform platform_;
     ServerOptions options_;
     Registry registry_;
     TimeBase timeBase_;
-    ServiceListeners* listeners_;
+    std::unique_ptr<ServiceListeners> listeners_;
     std::unique_ptr<RequestLog> log_;
     std::unique_ptr<TimeService> timeService_;
     std::unique_ptr<DaytimeService> daytimeService_;
@@ -247,13 +249,13 @@ private:
     std::function<double()> random_;
     QString windowCaption_;
     bool checkUpdateEnabled_ = true;
-    QString statusText_;
+    std::string statusText_;
     std::array<RemoteHost, 3> remoteHosts_;
     std::array<quint64, 4> lampCounts_{};
     LocalDateTime updateStamp_;
 
     SyncControls sync_;
-    QString regionCode_;
+    std::string regionCode_;
     std::int16_t ntpFirstByte_ = kDefaultNtpFirstByte;
     bool openMinimized_ = false;
     bool enableLogging_ = false;

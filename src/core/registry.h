@@ -4,7 +4,8 @@
 
 #include "platform/settings_store.h"
 
-#include <QString>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
@@ -13,27 +14,28 @@ public:
     explicit Registry(SettingsStore& store);
 
     // A value of the local machine; empty when missing or unreadable.
-    [[nodiscard]] QString read(const QString& subKey, const QString& name);
-    bool write(RegistryRoot root, const QString& subKey, const QString& name, const QString& text);
-    long remove(RegistryRoot root, const QString& subKey, const QString& name);
-    [[nodiscard]] bool keyExists(RegistryRoot root, const QString& subKey);
+    [[nodiscard]] std::string read(const std::string& subKey, const std::string& name);
+    bool write(RegistryRoot root, const std::string& subKey, const std::string& name,
+               const std::string& text);
+    long remove(RegistryRoot root, const std::string& subKey, const std::string& name);
+    [[nodiscard]] bool keyExists(RegistryRoot root, const std::string& subKey);
 
     // Text of the last failure (empty after a success or a plain missing value).
-    [[nodiscard]] const QString& lastError() const { return lastError_; }
+    [[nodiscard]] const std::string& lastError() const { return lastError_; }
 
     struct SplitPath {
         RegistryRoot root = 0;
-        QString subKey;
-        QString error; // non-empty when the text is not a registry path
+        std::string subKey;
+        std::string error; // non-empty when the text is not a registry path
     };
-    [[nodiscard]] static SplitPath splitPath(const QString& fullPath);
-    [[nodiscard]] static QString errorText(long code);
+    [[nodiscard]] static SplitPath splitPath(std::string_view fullPath);
+    [[nodiscard]] static std::string errorText(long code);
 
 private:
     void note(long code);
 
     SettingsStore& store_;
-    QString lastError_;
+    std::string lastError_;
 };
 
 } // namespace cvl

@@ -4,29 +4,25 @@
 #include "core/settings_values.h"
 #include "platform/peer_address.h"
 
-#include <unistd.h>
 #include <utility>
 
 namespace cvl {
 
-ServiceListeners::ServiceListeners(EventLoop& loop, QObject* parent,
-                                   std::chrono::milliseconds idleLimit)
-    : QObject(parent)
-    , silent_(std::make_unique<SilentProtocol>()) {
+ServiceListeners::ServiceListeners(EventLoop& loop, std::chrono::milliseconds idleLimit)
+    : silent_(std::make_unique<SilentProtocol>()) {
     for (const ServiceRow& row : serviceTable()) {
         Service& service = at(row.id);
         // Until a saved value says otherwise, a port box shows the service's usual port.
-        service.controls.portText = QString::number(row.defaultPort);
+        service.controls.portText = std::to_string(row.defaultPort);
         service.protocol = silent_.get();
         service.tcp = std::make_unique<TcpSocketArray>(loop, idleLimit);
         service.udp = std::make_unique<DatagramSocket>(loop);
 
         const ServiceId id = row.id;
         TcpSocketArray& array = *service.tcp;
-        connect(&array.listener(), &StreamListener::connectionRequested, this,
-                [this, id](int descriptor, const PeerAddress& peer) {
-                    connectionRequested(id, descriptor, peer);
-                });
+        array.listener().onConnection = [this, id](NativeSocket socket, const PeerAddress& peer) {
+            connectionRequested(id, socket, peer);
+        };
         array.onReceived = [this, id](int index) {
             at(id).protocol->connectionReadyRead(at(id).tcp->at(index), index);
         };
@@ -48,7 +44,7 @@ void ServiceListeners::setProtocol(ServiceId id, ServiceProtocol* protocol) {
     at(id).protocol = protocol != nullptr ? protocol : silent_.get();
 }
 
-void ServiceListeners::LoadServers(const QString& mode) {
+void ServiceListeners::LoadServers(std::string_view mode) {
     const std::optional<ModeTarget> target = modeTarget(mode);
     if (!target) {
         return;
@@ -63,12 +59,11 @@ void ServiceListeners::LoadServers(const QString& mode) {
 
     // The port is read from the box every time; a value that does not fit 16 bits signed,
     // or a negative one, fails quietly and leaves the socket closed.
-    const std::optional<std::int16_t> port =
-        roundToInt16(leadingNumber(service.controls.portText.toStdString()));
+    const std::optional<std::int16_t> port = roundToInt16(leadingNumber(service.controls.portText));
     if (!port || *port < 0) {
         return;
     }
-    const auto portNumber = static_cast<quint16>(*port);
+    const auto portNumber = static_cast<std::uint16_t>(*port);
 
     bool inUse = false;
     if (tcp) {
@@ -102,24 +97,26 @@ void ServiceListeners::reportAddressInUse(ServiceId id, int port) {
     if (id != ServiceId::Daytime) {
         return;
     }
-    portMessage_ =
-        QStringLiteral("That address is already in use.  Please select a different port than ") +
-        QString::number(port) + QStringLiteral(".") + QChar(13) +
-        QStringLiteral("DAYTIME SERVICE SERVER ERROR - PORT: ") +
-        at(ServiceId::Daytime).controls.portText + QStringLiteral(" invalid.");
-    emit statusText(portMessage_);
+    portMessage_ = "That address is already in use.  Please select a different port than " +
+                   std::to_string(port) + ".\rDAYTIME SERVICE SERVER ERROR - PORT: " +
+                   at(ServiceId::Daytime).controls.portText + " invalid.";
+    statusText(portMessage_);
 }
 
 void ServiceListeners::opened(ServiceId id) {
-    if (id == ServiceId::Daytime && !portMessage_.isEmpty()) {
-        emit statusTextWithdrawn(std::exchange(portMessage_, QString()));
+    if (id == ServiceId::Daytime && !portMessage_.empty()) {
+        const std::string withdrawn = std::exchange(portMessage_, std::string());
+        if (onStatusTextWithdrawn) {
+            onStatusTextWithdrawn(withdrawn);
+        }
     }
 }
 
-void ServiceListeners::connectionRequested(ServiceId id, int descriptor, const PeerAddress& peer) {
+void ServiceListeners::connectionRequested(ServiceId id, NativeSocket descriptor,
+                                           const PeerAddress& peer) {
     Service& service = at(id);
     if (!timeSynced_) {
-        ::close(descriptor);
+        closeSocket(descriptor);
         return;
     }
     if (service.protocol->answersAtOnce()) {
@@ -133,33 +130,34 @@ void ServiceListeners::connectionRequested(ServiceId id, int descriptor, const P
     }
     service.tcp->accepted(index);
     const ServiceRow& row = serviceRow(id);
-    QString shown = QString::fromLatin1(peer.text());
+    std::string shown = peer.text();
     if (row.acceptShowsPort) {
-        shown += QLatin1Char(':') + QString::number(peer.port());
+        shown += ':' + std::to_string(peer.port());
     }
-    emit clientShown(0, shown);
+    clientShown(0, shown);
     if (row.countsTcpAccepts) {
         if (!service.tcpRequests.increment()) {
             socket.abort();
             return;
         }
     }
-    emit lamp(Lamp::DataIn);
-    emit lamp(Lamp::TcpIn);
+    lamp(Lamp::DataIn);
+    lamp(Lamp::TcpIn);
     service.protocol->connectionAccepted(socket, index);
 }
 
-void ServiceListeners::answerAtOnce(ServiceId id, int descriptor, const PeerAddress& peer) {
+void ServiceListeners::answerAtOnce(ServiceId id, NativeSocket descriptor,
+                                    const PeerAddress& peer) {
     Service& service = at(id);
     // The connection is answered and closed within this call: no socket of the array is
     // needed for it, nor any round of the event loop.
     ImmediateConnection connection(descriptor, peer.text(), service.tcp->listener().serverPort());
-    emit clientShown(0, QString::fromStdString(connection.peerText()));
+    clientShown(0, connection.peerText());
     if (serviceRow(id).countsTcpAccepts && !service.tcpRequests.increment()) {
         return;
     }
-    emit lamp(Lamp::DataIn);
-    emit lamp(Lamp::TcpIn);
+    lamp(Lamp::DataIn);
+    lamp(Lamp::TcpIn);
     service.protocol->answerAtOnce(connection);
 }
 
@@ -178,7 +176,7 @@ void ServiceListeners::setTimeSynced() {
     }
 }
 
-void ServiceListeners::applySetting(ServiceId id, const QString& value) {
+void ServiceListeners::applySetting(ServiceId id, std::string_view value) {
     const ServiceSetting setting = parseServiceSetting(value);
     if (!setting.wellFormed || !setting.enabled) {
         return;
@@ -194,10 +192,10 @@ void ServiceListeners::applySetting(ServiceId id, const QString& value) {
         controls.udp = true;
         LoadServers(modeOf(id, Transport::Udp));
     }
-    emit serviceChanged(id);
+    serviceChanged(id);
 }
 
-QString ServiceListeners::settingText(ServiceId id) const {
+std::string ServiceListeners::settingText(ServiceId id) const {
     const ServiceControls& controls = at(id).controls;
     return formatServiceSetting(controls.master, controls.tcp, controls.udp, controls.portText);
 }
@@ -218,7 +216,7 @@ void ServiceListeners::masterClicked(ServiceId id, bool ticked) {
         // Disabling a service stops its TCP listener only; its UDP socket stays bound.
         closeTcpListener(id);
     }
-    emit serviceChanged(id);
+    serviceChanged(id);
 }
 
 void ServiceListeners::tcpBoxClicked(ServiceId id, bool ticked) {
@@ -231,7 +229,7 @@ void ServiceListeners::tcpBoxClicked(ServiceId id, bool ticked) {
     if (ticked) {
         LoadServers(modeOf(id, Transport::Tcp));
     }
-    emit serviceChanged(id);
+    serviceChanged(id);
 }
 
 void ServiceListeners::udpBoxClicked(ServiceId id, bool ticked) {
@@ -245,21 +243,21 @@ void ServiceListeners::udpBoxClicked(ServiceId id, bool ticked) {
     } else {
         closeUdpSocket(id);
     }
-    emit serviceChanged(id);
+    serviceChanged(id);
 }
 
-void ServiceListeners::portTextChanged(ServiceId id, const QString& text) {
+void ServiceListeners::portTextChanged(ServiceId id, std::string_view text) {
     ServiceControls& controls = at(id).controls;
     controls.portText = text;
     // The new port only counts once Enter registers it.
     if (serviceRow(id).hasPortChangeHandler) {
         controls.portToolTip = kPortChangedTip;
     }
-    emit serviceChanged(id);
+    serviceChanged(id);
 }
 
-void ServiceListeners::portKeyPressed(ServiceId id, QChar key) {
-    if (!serviceRow(id).hasPortKeyHandler || key != QChar(13)) {
+void ServiceListeners::portKeyPressed(ServiceId id, char32_t key) {
+    if (!serviceRow(id).hasPortKeyHandler || key != 13) {
         return;
     }
     // Enter restarts both transports whenever the service is enabled, whatever the TCP and
@@ -271,7 +269,7 @@ void ServiceListeners::portKeyPressed(ServiceId id, QChar key) {
         LoadServers(modeOf(id, Transport::Tcp));
     }
     at(id).controls.portToolTip = kPortRegisteredTip;
-    emit serviceChanged(id);
+    serviceChanged(id);
 }
 
 void ServiceListeners::closeTcpListener(ServiceId id) {
@@ -280,6 +278,30 @@ void ServiceListeners::closeTcpListener(ServiceId id) {
 
 void ServiceListeners::closeUdpSocket(ServiceId id) {
     at(id).udp->close();
+}
+
+void ServiceListeners::statusText(const std::string& text) const {
+    if (onStatusText) {
+        onStatusText(text);
+    }
+}
+
+void ServiceListeners::serviceChanged(ServiceId id) const {
+    if (onServiceChanged) {
+        onServiceChanged(id);
+    }
+}
+
+void ServiceListeners::clientShown(int box, std::string_view address) const {
+    if (onClientShown) {
+        onClientShown(box, address);
+    }
+}
+
+void ServiceListeners::lamp(Lamp lamp) const {
+    if (onLamp) {
+        onLamp(lamp);
+    }
 }
 
 } // namespace cvl

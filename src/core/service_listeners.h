@@ -11,9 +11,12 @@
 #include "services/service_protocol.h"
 
 #include "platform/datagram_socket.h"
-#include <QObject>
+
 #include <array>
+#include <functional>
 #include <memory>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
@@ -22,41 +25,43 @@ struct ServiceControls {
     bool master = false;
     bool tcp = false;
     bool udp = false;
-    QString portText;
-    QString portToolTip;
+    std::string portText;
+    std::string portToolTip;
     // The TCP and UDP boxes can be clicked only while the service is enabled.
     [[nodiscard]] bool transportBoxesEnabled() const { return master; }
 };
 
-inline const QString kPortChangedTip = QStringLiteral(" Hit Enter to Register the Port Change ");
-inline const QString kPortRegisteredTip = QStringLiteral(" Change Registered Successfully ");
+inline const std::string kPortChangedTip = " Hit Enter to Register the Port Change ";
+inline const std::string kPortRegisteredTip = " Change Registered Successfully ";
 
-class ServiceListeners final : public QObject {
-    Q_OBJECT
+class ServiceListeners final {
 public:
-    explicit ServiceListeners(EventLoop& loop, QObject* parent = nullptr,
+    explicit ServiceListeners(EventLoop& loop,
                               std::chrono::milliseconds idleLimit = kIdleConnectionLimit);
-    ~ServiceListeners() override;
+    ~ServiceListeners();
+    ServiceListeners(const ServiceListeners&) = delete;
+    ServiceListeners& operator=(const ServiceListeners&) = delete;
 
     // Who answers a service's traffic; until set, it is taken in and left unanswered.
     void setProtocol(ServiceId id, ServiceProtocol* protocol);
 
     // Closes and reopens the one socket that the mode names ("0".."9"), on the port that the
     // service's port box holds now.
-    void LoadServers(const QString& mode);
+    void LoadServers(std::string_view mode);
     // A free connection socket of the service (InitTCP13, InitTCP37, ... in one).
     [[nodiscard]] int InitTCP(ServiceId id) { return at(id).tcp->freeIndex(); }
 
     // Applies a saved service value at start-up: boxes ticked and sockets opened, TCP first.
-    void applySetting(ServiceId id, const QString& value);
-    [[nodiscard]] QString settingText(ServiceId id) const;
+    void applySetting(ServiceId id, std::string_view value);
+    [[nodiscard]] std::string settingText(ServiceId id) const;
 
     // Operator actions.
     void masterClicked(ServiceId id, bool ticked);
     void tcpBoxClicked(ServiceId id, bool ticked);
     void udpBoxClicked(ServiceId id, bool ticked);
-    void portTextChanged(ServiceId id, const QString& text);
-    void portKeyPressed(ServiceId id, QChar key);
+    void portTextChanged(ServiceId id, std::string_view text);
+    // A key typed in the port box; only Enter (13) does anything.
+    void portKeyPressed(ServiceId id, char32_t key);
 
     [[nodiscard]] bool TimeSynced() const { return timeSynced_; }
     // Once set, connection requests are accepted; nothing clears it.
@@ -83,16 +88,14 @@ public:
         return at(id).udpRequests;
     }
 
-signals:
-    // The status line's text changed (a port conflict on the Daytime service).
-    void statusText(const QString& text);
-    // A Daytime socket opened after all: the conflict reported in `text` is over.
-    void statusTextWithdrawn(const QString& text);
-    // A service's controls changed; a view refreshes that service's details.
-    void serviceChanged(cvl::ServiceId id);
-    // A client to show in remote-host box `box`.
-    void clientShown(int box, const QString& address);
-    void lamp(cvl::Lamp lamp);
+    // What the owner hears. The status line's text changed (a port conflict on the Daytime
+    // service); a Daytime socket opened after all, so the conflict reported is over; a
+    // service's controls changed; a client to show in remote-host box `box`; a traffic lamp.
+    std::function<void(const std::string& text)> onStatusText;
+    std::function<void(const std::string& text)> onStatusTextWithdrawn;
+    std::function<void(ServiceId id)> onServiceChanged;
+    std::function<void(int box, std::string_view address)> onClientShown;
+    std::function<void(Lamp lamp)> onLamp;
 
 private:
     struct Service {
@@ -106,15 +109,20 @@ private:
 
     [[nodiscard]] Service& at(ServiceId id) { return services_[indexOf(id)]; }
     [[nodiscard]] const Service& at(ServiceId id) const { return services_[indexOf(id)]; }
-    void connectionRequested(ServiceId id, int descriptor, const PeerAddress& peer);
-    void answerAtOnce(ServiceId id, int descriptor, const PeerAddress& peer);
+    void connectionRequested(ServiceId id, NativeSocket descriptor, const PeerAddress& peer);
+    void answerAtOnce(ServiceId id, NativeSocket descriptor, const PeerAddress& peer);
     void reportAddressInUse(ServiceId id, int port);
     void opened(ServiceId id);
 
     std::array<Service, kServiceCount> services_;
     std::unique_ptr<SilentProtocol> silent_;
     bool timeSynced_ = false;
-    QString portMessage_; // the conflict last reported, until the socket opens
+    std::string portMessage_; // the conflict last reported, until the socket opens
+    // Each hook, when set.
+    void statusText(const std::string& text) const;
+    void serviceChanged(ServiceId id) const;
+    void clientShown(int box, std::string_view address) const;
+    void lamp(Lamp lamp) const;
 };
 
 } // namespace cvl

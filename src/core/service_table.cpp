@@ -29,24 +29,24 @@ const ServiceRow& serviceRow(ServiceId id) {
     return kTable[indexOf(id)];
 }
 
-std::optional<ModeTarget> modeTarget(const QString& mode) {
+std::optional<ModeTarget> modeTarget(std::string_view mode) {
     if (mode.size() != 1) {
         return std::nullopt;
     }
     for (const ServiceRow& row : kTable) {
-        if (mode[0] == QLatin1Char(row.udpMode)) {
+        if (mode[0] == row.udpMode) {
             return ModeTarget{row.id, Transport::Udp};
         }
-        if (mode[0] == QLatin1Char(row.tcpMode)) {
+        if (mode[0] == row.tcpMode) {
             return ModeTarget{row.id, Transport::Tcp};
         }
     }
     return std::nullopt;
 }
 
-QString modeOf(ServiceId id, Transport transport) {
+std::string modeOf(ServiceId id, Transport transport) {
     const ServiceRow& row = serviceRow(id);
-    return QString(QLatin1Char(transport == Transport::Udp ? row.udpMode : row.tcpMode));
+    return std::string(1, transport == Transport::Udp ? row.udpMode : row.tcpMode);
 }
 
 } // namespace cvl

@@ -3,10 +3,11 @@
 // treats services alike reads this table instead of repeating itself five times.
 #pragma once
 
-#include <QString>
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
@@ -45,8 +46,8 @@ struct ModeTarget {
     Transport transport;
 };
 // "0".."9" name one socket each; anything else names none.
-[[nodiscard]] std::optional<ModeTarget> modeTarget(const QString& mode);
-[[nodiscard]] QString modeOf(ServiceId id, Transport transport);
+[[nodiscard]] std::optional<ModeTarget> modeTarget(std::string_view mode);
+[[nodiscard]] std::string modeOf(ServiceId id, Transport transport);
 
 // The orders in which start-up and shutdown walk the services.
 inline constexpr std::array<ServiceId, kServiceCount> kSettingsReadOrder{

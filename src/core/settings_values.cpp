@@ -2,12 +2,28 @@
 
 #include "core/leading_number.h"
 
-#include <QStringList>
+#include <vector>
 
 namespace cvl {
 
-ServiceSetting parseServiceSetting(const QString& text) {
-    const QStringList fields = text.split(QLatin1Char(':'));
+namespace {
+
+std::vector<std::string_view> fieldsOf(std::string_view text) {
+    std::vector<std::string_view> fields;
+    for (std::size_t start = 0;;) {
+        const std::size_t colon = text.find(':', start);
+        fields.push_back(text.substr(start, colon - start));
+        if (colon == std::string_view::npos) {
+            return fields;
+        }
+        start = colon + 1;
+    }
+}
+
+} // namespace
+
+ServiceSetting parseServiceSetting(std::string_view text) {
+    const std::vector<std::string_view> fields = fieldsOf(text);
     ServiceSetting setting;
     if (fields.size() < 4) {
         return setting;
@@ -20,33 +36,31 @@ ServiceSetting parseServiceSetting(const QString& text) {
     return setting;
 }
 
-QString formatServiceSetting(bool enabled, bool tcp, bool udp, const QString& port) {
-    return yesNo(enabled) + QLatin1Char(':') + yesNo(tcp) + QLatin1Char(':') + yesNo(udp) +
-           QLatin1Char(':') + port;
+std::string formatServiceSetting(bool enabled, bool tcp, bool udp, std::string_view port) {
+    return yesNo(enabled) + ':' + yesNo(tcp) + ':' + yesNo(udp) + ':' + std::string(port);
 }
 
-GeneralSetting parseGeneralSetting(const QString& text) {
-    const QStringList fields = text.split(QLatin1Char(':'));
-    const auto field = [&fields](qsizetype i) {
-        return i < fields.size() ? fields[i] : QString();
+GeneralSetting parseGeneralSetting(std::string_view text) {
+    const std::vector<std::string_view> fields = fieldsOf(text);
+    const auto field = [&fields](std::size_t i) {
+        return i < fields.size() ? std::string(fields[i]) : std::string();
     };
     GeneralSetting setting;
     setting.randomCheck = isYes(field(0));
     setting.syncEvery = field(1);
     setting.syncUnit = field(2);
     setting.regionCode = field(3);
-    const QString firstByte = field(4);
-    if (!firstByte.isEmpty()) {
+    const std::string firstByte = field(4);
+    if (!firstByte.empty()) {
         setting.ntpFirstByte =
-            roundToInt16(leadingNumber(firstByte.toStdString())).value_or(kDefaultNtpFirstByte);
+            roundToInt16(leadingNumber(firstByte)).value_or(kDefaultNtpFirstByte);
     }
     return setting;
 }
 
-QString formatGeneralSetting(const GeneralSetting& setting) {
-    return yesNo(setting.randomCheck) + QLatin1Char(':') + setting.syncEvery + QLatin1Char(':') +
-           setting.syncUnit + QLatin1Char(':') + setting.regionCode + QLatin1Char(':') +
-           QString::number(setting.ntpFirstByte);
+std::string formatGeneralSetting(const GeneralSetting& setting) {
+    return yesNo(setting.randomCheck) + ':' + setting.syncEvery + ':' + setting.syncUnit + ':' +
+           setting.regionCode + ':' + std::to_string(setting.ntpFirstByte);
 }
 
 } // namespace cvl

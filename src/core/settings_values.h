@@ -3,18 +3,19 @@
 // interval unit, region, first byte of NTP replies). Comparisons with "YES" are exact.
 #pragma once
 
-#include <QString>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
-inline const QString kSettingsKey = QStringLiteral("Software\\Chronvale Server");
-inline const QString kGeneralValue = QStringLiteral("Settings");
-inline const QString kGeneralDefault = QStringLiteral("YES:59:Minutes/s:NA:36");
-inline const QString kOpenMinimizedValue = QStringLiteral("OpenMinimized");
-inline const QString kEnableLoggingValue = QStringLiteral("EnableLogging");
-inline const QString kUseJulianValue = QStringLiteral("UseJulian");
-inline const QString kStrictSyncValue = QStringLiteral("StrictSync");
+inline const std::string kSettingsKey = "Software\\Chronvale Server";
+inline const std::string kGeneralValue = "Settings";
+inline const std::string kGeneralDefault = "YES:59:Minutes/s:NA:36";
+inline const std::string kOpenMinimizedValue = "OpenMinimized";
+inline const std::string kEnableLoggingValue = "EnableLogging";
+inline const std::string kUseJulianValue = "UseJulian";
+inline const std::string kStrictSyncValue = "StrictSync";
 
 inline constexpr std::int16_t kDefaultNtpFirstByte = 36;
 
@@ -23,28 +24,29 @@ struct ServiceSetting {
     bool enabled = false;
     bool tcp = false;
     bool udp = false;
-    QString port;
+    std::string port;
 };
 
-[[nodiscard]] ServiceSetting parseServiceSetting(const QString& text);
-[[nodiscard]] QString formatServiceSetting(bool enabled, bool tcp, bool udp, const QString& port);
+[[nodiscard]] ServiceSetting parseServiceSetting(std::string_view text);
+[[nodiscard]] std::string formatServiceSetting(bool enabled, bool tcp, bool udp,
+                                               std::string_view port);
 
 struct GeneralSetting {
     bool randomCheck = false;
-    QString syncEvery;
-    QString syncUnit;
-    QString regionCode;
+    std::string syncEvery;
+    std::string syncUnit;
+    std::string regionCode;
     std::int16_t ntpFirstByte = kDefaultNtpFirstByte;
 };
 
-[[nodiscard]] GeneralSetting parseGeneralSetting(const QString& text);
-[[nodiscard]] QString formatGeneralSetting(const GeneralSetting& setting);
+[[nodiscard]] GeneralSetting parseGeneralSetting(std::string_view text);
+[[nodiscard]] std::string formatGeneralSetting(const GeneralSetting& setting);
 
-[[nodiscard]] inline QString yesNo(bool value) {
-    return value ? QStringLiteral("YES") : QStringLiteral("NO");
+[[nodiscard]] inline std::string yesNo(bool value) {
+    return value ? "YES" : "NO";
 }
-[[nodiscard]] inline bool isYes(const QString& text) {
-    return text == QLatin1String("YES");
+[[nodiscard]] inline bool isYes(std::string_view text) {
+    return text == "YES";
 }
 
 } // namespace cvl

@@ -29,4 +29,7 @@ private:
     std::uint16_t localPort_;
 };
 
+// Closes an accepted socket unanswered.
+void closeSocket(NativeSocket socket);
+
 } // namespace cvl

@@ -19,18 +19,18 @@ constexpr std::array<std::pair<RegistryRoot, const char*>, 7> kRoots{{
 
 } // namespace
 
-QString registryRootName(RegistryRoot root) {
+std::string registryRootName(RegistryRoot root) {
     for (const auto& [handle, name] : kRoots) {
         if (handle == root) {
-            return QString::fromLatin1(name);
+            return name;
         }
     }
     return {};
 }
 
-RegistryRoot registryRootFromName(const QString& name) {
+RegistryRoot registryRootFromName(std::string_view name) {
     for (const auto& [handle, rootName] : kRoots) {
-        if (name == QLatin1String(rootName)) {
+        if (name == rootName) {
             return handle;
         }
     }

@@ -3,8 +3,9 @@
 // of error texts serves every platform.
 #pragma once
 
-#include <QString>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
@@ -34,20 +35,21 @@ enum RegistryResult : long {
 };
 
 // "HKEY_LOCAL_MACHINE" and the like; empty for a handle that is not a predefined root.
-[[nodiscard]] QString registryRootName(RegistryRoot root);
+[[nodiscard]] std::string registryRootName(RegistryRoot root);
 // The predefined root of that name (exact spelling), or 0.
-[[nodiscard]] RegistryRoot registryRootFromName(const QString& name);
+[[nodiscard]] RegistryRoot registryRootFromName(std::string_view name);
 
 class SettingsStore {
 public:
     virtual ~SettingsStore() = default;
     // ERROR_SUCCESS when the key exists, ERROR_FILE_NOT_FOUND when it does not.
-    [[nodiscard]] virtual long openKey(RegistryRoot root, const QString& subKey) const = 0;
-    [[nodiscard]] virtual long queryValue(RegistryRoot root, const QString& subKey,
-                                          const QString& name, QString& text) const = 0;
-    virtual long setValue(RegistryRoot root, const QString& subKey, const QString& name,
-                          const QString& text) = 0;
-    virtual long deleteValue(RegistryRoot root, const QString& subKey, const QString& name) = 0;
+    [[nodiscard]] virtual long openKey(RegistryRoot root, const std::string& subKey) const = 0;
+    [[nodiscard]] virtual long queryValue(RegistryRoot root, const std::string& subKey,
+                                          const std::string& name, std::string& text) const = 0;
+    virtual long setValue(RegistryRoot root, const std::string& subKey, const std::string& name,
+                          const std::string& text) = 0;
+    virtual long deleteValue(RegistryRoot root, const std::string& subKey,
+                             const std::string& name) = 0;
 };
 
 } // namespace cvl

@@ -6,36 +6,33 @@
 #include "platform/event_loop.h"
 #include "platform/host_lookup.h"
 
-#include <QByteArray>
-#include <QByteArrayView>
-#include <QObject>
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <string_view>
 
 namespace cvl {
 
-class StreamClient final : public QObject {
-    Q_OBJECT
+class StreamClient final {
 public:
-    explicit StreamClient(EventLoop& loop, QObject* parent = nullptr);
-    ~StreamClient() override;
+    explicit StreamClient(EventLoop& loop);
+    ~StreamClient();
     StreamClient(const StreamClient&) = delete;
     StreamClient& operator=(const StreamClient&) = delete;
 
     // Drops whatever the connection was doing and connects anew.
     void connectToHost(const std::string& host, std::uint16_t port);
     // Sends the bytes, or as many as fit now (requests here are small); false on failure.
-    bool write(QByteArrayView bytes);
+    bool write(std::string_view bytes);
     // Closes the connection, or stops a lookup or connection in progress. Nothing more is told.
     void close();
 
-signals:
-    void connected();
+    std::function<void()> onConnected;
     // Everything that had arrived when the loop looked, in one piece.
-    void received(const QByteArray& chunk);
+    std::function<void(const std::string& chunk)> onReceived;
     // The lookup or the connection failed, or the connection broke. The peer's orderly close
     // is not told: the connection just ends.
-    void failed();
+    std::function<void()> onFailed;
 
 private:
     void lookedUp(const std::vector<PeerAddress>& addresses);

@@ -8,22 +8,24 @@
 #include "platform/family_sockets.h"
 #include "platform/peer_address.h"
 
-#include <QObject>
+#include <cstdint>
+#include <functional>
 
 namespace cvl {
 
-class StreamListener final : public QObject {
-    Q_OBJECT
+class StreamListener final {
 public:
-    explicit StreamListener(EventLoop& loop, QObject* parent = nullptr);
-    ~StreamListener() override;
+    explicit StreamListener(EventLoop& loop);
+    ~StreamListener();
+    StreamListener(const StreamListener&) = delete;
+    StreamListener& operator=(const StreamListener&) = delete;
 
     enum class ListenResult { Listening, AddressInUse, Failed };
     // Listens on every address on `port` (0: any free one).
-    ListenResult listen(quint16 port);
+    ListenResult listen(std::uint16_t port);
     void close();
     [[nodiscard]] bool isListening() const { return sockets_.isOpen(); }
-    [[nodiscard]] quint16 serverPort() const { return port_; }
+    [[nodiscard]] std::uint16_t serverPort() const { return port_; }
 
     // While paused, clients wait in the backlog, neither accepted nor refused.
     void pauseAccepting();
@@ -31,9 +33,8 @@ public:
     // Accepts and closes every client waiting in the backlog.
     void discardPending();
 
-signals:
-    // A client was accepted; the receiver owns `descriptor` (non-blocking) from now on.
-    void connectionRequested(int descriptor, const cvl::PeerAddress& peer);
+    // A client was accepted; the receiver owns `socket` (non-blocking) from now on.
+    std::function<void(NativeSocket socket, const PeerAddress& peer)> onConnection;
 
 private:
     void acceptPending(std::size_t family);
@@ -41,7 +42,7 @@ private:
 
     EventLoop& loop_;
     FamilySockets sockets_;
-    quint16 port_ = 0;
+    std::uint16_t port_ = 0;
     bool paused_ = false;
     Timer resourceRetry_;
 };

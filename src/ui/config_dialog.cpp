@@ -1,4 +1,5 @@
 #include "ui/config_dialog.h"
+#include "ui/qt/qt_text.h"
 
 #include "core/cvl_server.h"
 #include "ui/painted_images.h"
@@ -106,7 +107,7 @@ CVL_ConfigSVR::CVL_ConfigSVR(CVL_Server& server, QWidget* mainWindow)
 
     // activated, not currentIndexChanged: picking the same region again recomputes the choice.
     connect(regions_, &QComboBox::textActivated, this,
-            [this](const QString& text) { server_.setRegionCode(text.left(2)); });
+            [this](const QString& text) { server_.setRegionCode(text.left(2).toStdString()); });
     connect(openMinimized_, &QCheckBox::clicked, &server_, &CVL_Server::setOpenMinimized);
     connect(logging_, &QCheckBox::clicked, &server_, &CVL_Server::setEnableLogging);
     connect(runAtStart_, &QCheckBox::clicked, &server_, &CVL_Server::setRunAtStartup);
@@ -128,7 +129,7 @@ void CVL_ConfigSVR::Form_Load(QWidget* mainWindow) {
     // nothing is stored until a region is picked.
     regions_->setPlaceholderText(QStringLiteral("North America NA"));
     const QStringList codes{"NA", "SA", "EU", "AF", "AW", "AE", "AP"};
-    regions_->setCurrentIndex(static_cast<int>(codes.indexOf(server_.RegionCode())));
+    regions_->setCurrentIndex(static_cast<int>(codes.indexOf(toQString(server_.RegionCode()))));
     // Loading only ever ticks boxes, and ticking stores the same value again.
     if (server_.RunAtStartup()) {
         runAtStart_->setChecked(true);

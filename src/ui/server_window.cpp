@@ -172,7 +172,7 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
     refreshTimer_->setInterval(200);
     connect(refreshTimer_, &QTimer::timeout, this, &ServerWindow::poll);
     refreshTimer_->start();
-    connect(&server_.listeners(), &ServiceListeners::serviceChanged, this, &ServerWindow::refresh);
+    connect(&server_, &CVL_Server::serviceChanged, this, &ServerWindow::refresh);
     connect(&server_, &CVL_Server::statusTextChanged, this,
             [this](const QString& text) { static_cast<StatusLine*>(status_)->showStatus(text); });
     connect(&server_, &CVL_Server::timeZoneChanged, this,
@@ -268,13 +268,14 @@ QWidget* ServerWindow::buildSyncPanel() {
     // The typing rule keeps the box numeric: each change drops one trailing non-digit, and
     // that drop is itself a change, so pasted letters go one after another.
     connect(syncN_, &QLineEdit::textChanged, this, [this](const QString& text) {
-        const QString kept = server_.syncNChanged(text);
+        const QString kept = toQString(server_.syncNChanged(text.toStdString()));
         if (kept != text) {
             syncN_->setText(kept);
         }
     });
     connect(syncN_, &QLineEdit::returnPressed, &server_, &CVL_Server::syncNEntered);
-    connect(syncUnit_, &QComboBox::textActivated, &server_, &CVL_Server::syncUnitChosen);
+    connect(syncUnit_, &QComboBox::textActivated, &server_,
+            [this](const QString& unit) { server_.syncUnitChosen(unit.toStdString()); });
     connect(randomCheck_, &QCheckBox::clicked, &server_, &CVL_Server::setRandomCheck);
     connect(servers_, &QComboBox::activated, &server_, &CVL_Server::selectServer);
     connect(syncNow, &QPushButton::clicked, &server_, &CVL_Server::SyncTimeNow);
@@ -325,7 +326,7 @@ QWidget* ServerWindow::buildAdvancedPage() {
 void ServerWindow::buildStatusBar() {
     auto* status = new StatusLine(statusBar());
     status->setObjectName(QStringLiteral("Status"));
-    status->showStatus(server_.statusText());
+    status->showStatus(toQString(server_.statusText()));
     status_ = status;
     lamps_ = new TrafficLamps(statusBar());
     clock_ = new QLabel(statusBar());
@@ -463,11 +464,11 @@ void ServerWindow::refreshServers() {
 
 void ServerWindow::refreshSyncControls() {
     const SyncControls& sync = server_.syncControls();
-    syncN_->setText(sync.syncN);
+    syncN_->setText(toQString(sync.syncN));
     // A saved unit need not be one of the list's ("Minutes/s" is the usual one): it is shown
     // as it was saved.
-    const int unit = static_cast<int>(kUnits.indexOf(sync.syncUnit));
-    syncUnit_->setPlaceholderText(sync.syncUnit);
+    const int unit = static_cast<int>(kUnits.indexOf(toQString(sync.syncUnit)));
+    syncUnit_->setPlaceholderText(toQString(sync.syncUnit));
     syncUnit_->setCurrentIndex(unit);
     randomCheck_->setChecked(sync.randomCheck);
     refreshServers();

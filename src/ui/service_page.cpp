@@ -116,10 +116,11 @@ ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
             [&listeners, id](bool on) { listeners.tcpBoxClicked(id, on); });
     connect(udp_, &QCheckBox::clicked, this,
             [&listeners, id](bool on) { listeners.udpBoxClicked(id, on); });
-    connect(port_, &QLineEdit::textEdited, this,
-            [&listeners, id](const QString& text) { listeners.portTextChanged(id, text); });
+    connect(port_, &QLineEdit::textEdited, this, [&listeners, id](const QString& text) {
+        listeners.portTextChanged(id, text.toStdString());
+    });
     connect(port_, &QLineEdit::returnPressed, this,
-            [&listeners, id] { listeners.portKeyPressed(id, QChar(13)); });
+            [&listeners, id] { listeners.portKeyPressed(id, 13); });
     refresh();
 }
 
@@ -131,10 +132,10 @@ void ServicePage::refresh() {
     udp_->setChecked(controls.udp);
     tcp_->setEnabled(controls.transportBoxesEnabled());
     udp_->setEnabled(controls.transportBoxesEnabled());
-    if (port_->text() != controls.portText) {
-        port_->setText(controls.portText);
+    if (port_->text() != toQString(controls.portText)) {
+        port_->setText(toQString(controls.portText));
     }
-    port_->setToolTip(controls.portToolTip);
+    port_->setToolTip(toQString(controls.portToolTip));
 
     const StreamListener& listener = listeners.tcpArray(id_).listener();
     if (!listener.isListening()) {

@@ -43,11 +43,17 @@ UpdateCheck::UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, 
     , qbk(loop)
     , versionFileSettled_(loop, [this] { saveIT(std::exchange(versionFile_, {})); }) {
     versionFileSettled_.setSingleShot(true);
-    connect(&qbk, &StreamClient::connected, this, &UpdateCheck::sendRequest);
-    connect(&qbk, &StreamClient::received, this, &UpdateCheck::received);
+    qbk.onConnected = [this] {
+        sendRequest();
+    };
+    qbk.onReceived = [this](const std::string& chunk) {
+        received(QByteArray::fromStdString(chunk));
+    };
     // The server's orderly close is no ending of its own: an exchange that stopped short
     // stays unfinished until the next check. A failure, a reset included, ends it.
-    connect(&qbk, &StreamClient::failed, this, &UpdateCheck::failed);
+    qbk.onFailed = [this] {
+        failed();
+    };
 }
 
 void UpdateCheck::QBKUpdate() {
@@ -64,7 +70,7 @@ void UpdateCheck::sendRequest() {
                             updateHost_ + kLineEnd + QStringLiteral("Referer: Chronvale S v") +
                             appVersion_ + kLineEnd + QStringLiteral("User-Agent: Chronvale v") +
                             appVersion_ + kLineEnd + kLineEnd;
-    qbk.write(request.toLatin1());
+    qbk.write(request.toLatin1().toStdString());
 }
 
 // Each arrival is handled as it comes, without waiting for the rest: the body is counted

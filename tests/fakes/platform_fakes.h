@@ -19,29 +19,35 @@ namespace cvl::test {
 // The settings store, with a journal of every write and delete in order.
 class MemorySettingsStore final : public SettingsStore {
 public:
-    [[nodiscard]] long openKey(RegistryRoot root, const QString& subKey) const override {
-        const QString prefix = path(root, subKey, {});
+    [[nodiscard]] long openKey(RegistryRoot root, const std::string& subKey) const override {
+        const QString prefix = path(root, QString::fromStdString(subKey), {});
         const bool found = std::any_of(values.keyBegin(), values.keyEnd(),
                                        [&](const QString& key) { return key.startsWith(prefix); });
         return found ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     }
-    [[nodiscard]] long queryValue(RegistryRoot root, const QString& subKey, const QString& name,
-                                  QString& text) const override {
-        const auto it = values.constFind(path(root, subKey, name));
-        text = it == values.cend() ? QString() : *it;
+    [[nodiscard]] long queryValue(RegistryRoot root, const std::string& subKey,
+                                  const std::string& name, std::string& text) const override {
+        const auto it = values.constFind(
+            path(root, QString::fromStdString(subKey), QString::fromStdString(name)));
+        text = it == values.cend() ? std::string() : it->toStdString();
         return it == values.cend() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
     }
-    long setValue(RegistryRoot root, const QString& subKey, const QString& name,
-                  const QString& text) override {
-        journal << QStringLiteral("set ") + name + QLatin1Char('=') + text;
+    long setValue(RegistryRoot root, const std::string& subKey, const std::string& name,
+                  const std::string& text) override {
+        journal << QString::fromStdString("set " + name + '=' + text);
         if (failWrites == ERROR_SUCCESS) {
-            values[path(root, subKey, name)] = text;
+            values[path(root, QString::fromStdString(subKey), QString::fromStdString(name))] =
+                QString::fromStdString(text);
         }
         return failWrites;
     }
-    long deleteValue(RegistryRoot root, const QString& subKey, const QString& name) override {
-        journal << QStringLiteral("delete ") + name;
-        return values.remove(path(root, subKey, name)) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+    long deleteValue(RegistryRoot root, const std::string& subKey,
+                     const std::string& name) override {
+        journal << QString::fromStdString("delete " + name);
+        return values.remove(
+                   path(root, QString::fromStdString(subKey), QString::fromStdString(name))) > 0
+                   ? ERROR_SUCCESS
+                   : ERROR_FILE_NOT_FOUND;
     }
 
     // The program's own key, as most tests want it.

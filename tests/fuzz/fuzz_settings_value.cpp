@@ -23,8 +23,7 @@ struct State {
 CHRONVALE_FUZZ_STATE(State)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const QString text =
-        QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const std::string text(reinterpret_cast<const char*>(data), size);
 
     const ServiceSetting service = parseServiceSetting(text);
     if (service.wellFormed) {
@@ -42,32 +41,33 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                   again.regionCode == general.regionCode &&
                   again.ntpFirstByte == general.ntpFirstByte);
     SyncSchedule schedule;
-    schedule.CalcIntC(general.syncEvery.toStdString(), general.syncUnit.toStdString());
+    schedule.CalcIntC(general.syncEvery, general.syncUnit);
     [[maybe_unused]] const bool due = schedule.tick();
-    [[maybe_unused]] const std::string kept =
-        SyncSchedule::keepNumeric(general.syncEvery.toStdString());
+    [[maybe_unused]] const std::string kept = SyncSchedule::keepNumeric(general.syncEvery);
 
-    const std::string utf8Text = text.toStdString();
-    const double number = leadingNumber(utf8Text);
+    const double number = leadingNumber(text);
     const std::optional<std::int16_t> small = roundToInt16(number);
     const std::optional<std::int32_t> large = roundToInt32(number);
     fuzz::require(!small || (large && *large == *small));
-    [[maybe_unused]] const bool numeric = isNumericText(utf8Text);
+    [[maybe_unused]] const bool numeric = isNumericText(text);
 
     // The listeners read the port as the check below does; only a port that would open a
     // socket is replaced.
     const auto id = static_cast<ServiceId>(size % kServiceCount);
-    QString value = text;
-    const std::optional<std::int16_t> port =
-        roundToInt16(leadingNumber(service.port.toStdString()));
+    std::string value = text;
+    const std::optional<std::int16_t> port = roundToInt16(leadingNumber(service.port));
     if (service.wellFormed && port && *port >= 0) {
-        QStringList fields = text.split(QLatin1Char(':'));
-        fields[3] = QStringLiteral("0");
-        value = fields.join(QLatin1Char(':'));
+        // The fourth field, between the third and the fourth colon (or the end), becomes 0.
+        std::size_t start = 0;
+        for (int colon = 0; colon < 3; ++colon) {
+            start = value.find(':', start) + 1;
+        }
+        const std::size_t end = value.find(':', start);
+        value.replace(start, end == std::string::npos ? std::string::npos : end - start, "0");
     }
     state->listeners.applySetting(id, value);
     if (service.wellFormed && service.enabled) {
-        fuzz::require(state->listeners.settingText(id).startsWith(QLatin1String("YES:")));
+        fuzz::require(state->listeners.settingText(id).starts_with("YES:"));
     }
     state->listeners.closeTcpListener(id);
     state->listeners.closeUdpSocket(id);

@@ -1,6 +1,5 @@
-// The Linux adapters that can be checked without privileges: the INI settings store, the
-// autostart entry, the time-zone record and a clock that must refuse to be set.
-#include "platform/linux/ini_settings_store.h"
+// The Linux adapters that can be checked without privileges: the autostart entry, the time-zone
+// record and a clock that must refuse to be set.
 #include "platform/linux/system_clock.h"
 #include "platform/linux/system_time_zone.h"
 #include "platform/linux/xdg_autostart.h"
@@ -14,45 +13,9 @@
 
 using namespace cvl;
 
-const QString kHome = QStringLiteral("Software\\Chronvale Server");
-
 class TestPlatform : public QObject {
     Q_OBJECT
 private slots:
-    void iniStoreRoundTrip() {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("sub/settings.conf"));
-        const QString other = QStringLiteral("Software\\Other");
-        {
-            IniSettingsStore store(path);
-            QCOMPARE(store.openKey(HKEY_LOCAL_MACHINE, kHome), long{ERROR_FILE_NOT_FOUND});
-            QCOMPARE(store.setValue(HKEY_LOCAL_MACHINE, kHome, "NTP37", "YES:YES:YES:37"),
-                     long{ERROR_SUCCESS});
-            QCOMPARE(store.setValue(HKEY_LOCAL_MACHINE, kHome, "Note", "a, b ; c"),
-                     long{ERROR_SUCCESS});
-            QCOMPARE(store.setValue(HKEY_CURRENT_USER, other, "X", "1"), long{ERROR_SUCCESS});
-        }
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY2(file.readAll().contains("NTP37=YES:YES:YES:37"), "one Name=text line a value");
-
-        IniSettingsStore store(path);
-        const auto query = [&](RegistryRoot root, const QString& key, const QString& name) {
-            QString text;
-            const long code = store.queryValue(root, key, name, text);
-            return code == ERROR_SUCCESS ? text : QStringLiteral("error %1").arg(code);
-        };
-        QCOMPARE(store.openKey(HKEY_LOCAL_MACHINE, kHome), long{ERROR_SUCCESS});
-        QCOMPARE(query(HKEY_LOCAL_MACHINE, kHome, "Note"), QStringLiteral("a, b ; c"));
-        QCOMPARE(query(HKEY_CURRENT_USER, other, "X"), QStringLiteral("1"));
-        QCOMPARE(query(HKEY_LOCAL_MACHINE, kHome, "X"), QStringLiteral("error 2"));
-        QCOMPARE(store.deleteValue(HKEY_LOCAL_MACHINE, kHome, "Note"), long{ERROR_SUCCESS});
-        QCOMPARE(query(HKEY_LOCAL_MACHINE, kHome, "Note"), QStringLiteral("error 2"));
-        QCOMPARE(store.setValue(0x1234, kHome, "X", {}), long{ERROR_BADKEY});
-        // An INI file has no line for an empty name in the program's own key.
-        QCOMPARE(store.setValue(HKEY_LOCAL_MACHINE, kHome, "/", {}), long{ERROR_INVALID_PARAMETER});
-    }
-
     void autostartEntry() {
         QTemporaryDir dir;
         XdgAutostart autostart(dir.path());

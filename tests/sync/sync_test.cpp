@@ -122,7 +122,7 @@ TEST(ClockAdjustment, SettingAndTexts) {
                 static_cast<std::uint8_t>(fraction >> (24 - 8 * i));
         }
         const SystemTime t = clockSettingFor(GoMilli(answer.data()), roundTripMs).utc;
-        char text[40];
+        char text[64];
         std::snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d.%03d", t.year, t.month, t.day,
                       t.hour, t.minute, t.second, t.milliseconds);
         return std::string(text);

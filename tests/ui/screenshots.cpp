@@ -74,7 +74,7 @@ int main(int argc, char* argv[]) {
     window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray-unsynchronised.png"));
 
     blocker.close();
-    server.listeners().portKeyPressed(ServiceId::Daytime, QChar(13));
+    server.listeners().portKeyPressed(ServiceId::Daytime, 13);
     reference.release();
     (void)QTest::qWaitFor([&] { return server.TimeSynced(); }, 3000);
     window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray.png"));

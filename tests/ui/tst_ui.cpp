@@ -155,15 +155,14 @@ private slots:
         port->clear();
         QTest::keyClicks(port, "abc");
         QTest::keyClick(port, Qt::Key_Return);
-        QCOMPARE(rig->server().listeners().controls(ServiceId::Time).portText,
-                 QStringLiteral("abc"));
-        QCOMPARE(port->toolTip(), kPortRegisteredTip);
+        QCOMPARE(rig->server().listeners().controls(ServiceId::Time).portText, std::string("abc"));
+        QCOMPARE(port->toolTip(), toQString(kPortRegisteredTip));
 
         // Letters in the interval box go, one change at a time, until a number is left.
         auto* every = find<QLineEdit>(&window, "SyncN");
         every->setText(QStringLiteral("15xy"));
         QCOMPARE(every->text(), QStringLiteral("15"));
-        QCOMPARE(rig->server().syncControls().syncN, QStringLiteral("15"));
+        QCOMPARE(rig->server().syncControls().syncN, std::string("15"));
     }
 
     void pagesAndTrayFollowTheFirstSynchronisation() {
@@ -236,7 +235,7 @@ private slots:
         const QRect content = window.centralWidget()->geometry();
 
         blocker.close();
-        rig->server().listeners().portKeyPressed(ServiceId::Daytime, QChar(13));
+        rig->server().listeners().portKeyPressed(ServiceId::Daytime, 13);
         QCOMPARE(status->text(), QString());
         QCOMPARE(status->toolTip(), QString());
         QTest::qWait(50); // the layouts settle on posted events
@@ -263,7 +262,7 @@ private slots:
         QCOMPARE(regions->placeholderText(), QStringLiteral("North America NA"));
         QCOMPARE(regions->itemText(1),
                  QStringLiteral("SA - South America [Chile , Brazil, Columbia]"));
-        QCOMPARE(rig->server().RegionCode(), region);
+        QCOMPARE(toQString(rig->server().RegionCode()), region);
         QVERIFY(!find<QCheckBox>(&dialog, "wc3Logs")->isChecked()); // saved "NO"
     }
 
@@ -274,7 +273,7 @@ private slots:
         auto* regions = find<QComboBox>(dialog, "Regions");
         regions->setCurrentIndex(2);
         emit regions->textActivated(regions->currentText());
-        QCOMPARE(rig->server().RegionCode(), QStringLiteral("EU"));
+        QCOMPARE(rig->server().RegionCode(), std::string("EU"));
 
         find<QCheckBox>(dialog, "wc3Logs")->click();
         QVERIFY(rig->server().EnableLogging());

@@ -10,7 +10,7 @@ namespace cvl {
 namespace {
 
 // The descriptor, or -1 with errno telling why.
-int bindOne(int family, int type, quint16 port) {
+int bindOne(int family, int type, std::uint16_t port) {
     const int fd = ::socket(family, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (fd < 0) {
         return -1;
@@ -45,7 +45,7 @@ int bindOne(int family, int type, quint16 port) {
     return fd;
 }
 
-quint16 boundPort(int fd) {
+std::uint16_t boundPort(int fd) {
     sockaddr_in6 local{}; // large enough for either family; the port sits at the same offset
     socklen_t size = sizeof local;
     ::getsockname(fd, reinterpret_cast<sockaddr*>(&local), &size);
@@ -57,7 +57,7 @@ bool familyMissing(int error) {
     return error == EAFNOSUPPORT || error == EADDRNOTAVAIL;
 }
 
-BoundSockets bindPair(int type, quint16 port) {
+BoundSockets bindPair(int type, std::uint16_t port) {
     BoundSockets bound;
     bound.v4 = bindOne(AF_INET, type, port);
     if (bound.v4 < 0 && !familyMissing(errno)) {
@@ -84,7 +84,7 @@ BoundSockets bindPair(int type, quint16 port) {
 
 } // namespace
 
-BoundSockets bindEveryAddress(int type, quint16 port) {
+BoundSockets bindEveryAddress(int type, std::uint16_t port) {
     BoundSockets bound = bindPair(type, port);
     // A port chosen free for IPv4 may be taken for IPv6; choose again, a bounded number of times.
     for (int attempt = 0; port == 0 && bound.addressInUse && attempt < 16; ++attempt) {

@@ -4,14 +4,14 @@
 // connection), and a system without IPv6 still serves IPv4.
 #pragma once
 
-#include <QtGlobal>
+#include <cstdint>
 
 namespace cvl {
 
 struct BoundSockets {
     int v4 = -1; // negative where that family could not be bound
     int v6 = -1;
-    quint16 port = 0;
+    std::uint16_t port = 0;
     bool addressInUse = false;
 
     [[nodiscard]] bool bound() const { return v4 >= 0 || v6 >= 0; }
@@ -19,6 +19,6 @@ struct BoundSockets {
 
 // `type` is SOCK_DGRAM or SOCK_STREAM; port 0 takes any port free in both families.
 // Non-blocking, close-on-exec. Fails as a whole when the port is taken in either family.
-[[nodiscard]] BoundSockets bindEveryAddress(int type, quint16 port);
+[[nodiscard]] BoundSockets bindEveryAddress(int type, std::uint16_t port);
 
 } // namespace cvl

@@ -141,28 +141,31 @@ void EpollEventLoop::dispatch(int timeoutMs) {
         ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), timeoutMs);
     for (int i = 0; i < count; ++i) {
         const epoll_event& event = events[static_cast<std::size_t>(i)];
-        if (event.data.u64 == kTimerKey) {
+        // Copied out: epoll_event is packed, so its members may not be bound to references.
+        const std::uint64_t key = event.data.u64;
+        const std::uint32_t what = event.events;
+        if (key == kTimerKey) {
             runDueTimers();
             continue;
         }
-        if (event.data.u64 == kWakeKey) {
+        if (key == kWakeKey) {
             runPosted();
             continue;
         }
         // A watch removed by an earlier handler of this pass is simply not found.
-        const auto found = watches_.find(event.data.u64);
+        const auto found = watches_.find(key);
         if (found == watches_.end()) {
             continue;
         }
         const std::shared_ptr<Watch> watch = found->second;
         unsigned ready = 0;
-        if ((event.events & (EPOLLIN | EPOLLPRI)) != 0) {
+        if ((what & (EPOLLIN | EPOLLPRI)) != 0) {
             ready |= Readable;
         }
-        if ((event.events & EPOLLOUT) != 0) {
+        if ((what & EPOLLOUT) != 0) {
             ready |= Writable;
         }
-        if ((event.events & (EPOLLERR | EPOLLHUP)) != 0) {
+        if ((what & (EPOLLERR | EPOLLHUP)) != 0) {
             ready |= watch->interest;
         }
         ready &= watch->interest;

@@ -27,4 +27,8 @@ bool ImmediateConnection::send(std::string_view data) {
                   MSG_NOSIGNAL | MSG_DONTWAIT | MSG_MORE) == static_cast<ssize_t>(data.size());
 }
 
+void closeSocket(NativeSocket socket) {
+    ::close(static_cast<int>(socket));
+}
+
 } // namespace cvl

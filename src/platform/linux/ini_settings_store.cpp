@@ -1,118 +1,207 @@
 #include "platform/linux/ini_settings_store.h"
 
-#include <QFileInfo>
-#include <QStandardPaths>
+#include "platform/ini_file.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace cvl {
 
 namespace {
 
-const QString kHomeKey = QStringLiteral("Software\\Chronvale Server");
+constexpr std::string_view kHomeKey = "Software\\Chronvale Server";
 
-bool isHomeKey(RegistryRoot root, const QString& subKey) {
-    return root == HKEY_LOCAL_MACHINE && subKey.compare(kHomeKey, Qt::CaseInsensitive) == 0;
+bool isHomeKey(RegistryRoot root, std::string_view subKey) {
+    if (root != HKEY_LOCAL_MACHINE || subKey.size() != kHomeKey.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < subKey.size(); ++i) {
+        const auto lower = [](char c) {
+            return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
+        };
+        if (lower(subKey[i]) != lower(kHomeKey[i])) {
+            return false;
+        }
+    }
+    return true;
 }
 
-long statusCode(QSettings::Status status, long accessCode) {
-    switch (status) {
-    case QSettings::NoError:
-        return ERROR_SUCCESS;
-    case QSettings::AccessError:
-        return accessCode;
-    case QSettings::FormatError:
-        return ERROR_BADDB;
+// The group of a key in the file: none for the program's own key.
+std::string groupFor(RegistryRoot root, const std::string& subKey) {
+    if (isHomeKey(root, subKey)) {
+        return {};
     }
-    return ERROR_BADDB;
+    std::string group = registryRootName(root) + '/' + subKey;
+    for (char& c : group) {
+        if (c == '\\') {
+            c = '/';
+        }
+    }
+    return ini::normalizedKey(group);
+}
+
+std::string keyFor(RegistryRoot root, const std::string& subKey, const std::string& name) {
+    const std::string group = groupFor(root, subKey);
+    return ini::normalizedKey(group.empty() ? name : group + '/' + name);
+}
+
+// Creates the folders of `path` that are missing, as the store did when it first wrote.
+void makeParents(const std::string& path) {
+    for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1)) {
+        ::mkdir(path.substr(0, slash).c_str(), 0777);
+    }
+}
+
+bool writeAll(int fd, const std::string& text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t written = ::write(fd, text.data() + done, text.size() - done);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
 }
 
 } // namespace
 
-IniSettingsStore::IniSettingsStore(const QString& filePath)
-    : settings_(filePath, QSettings::IniFormat) {
-    // Writes go through a temporary file renamed into place: a crash never leaves half a file.
-    settings_.setAtomicSyncRequired(true);
+IniSettingsStore::IniSettingsStore(std::string filePath)
+    : path_(std::move(filePath)) {}
+
+bool IniSettingsStore::load(std::map<std::string, std::string>& values) const {
+    values.clear();
+    const int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return errno == ENOENT; // no file yet: no values
+    }
+    std::string text;
+    char buffer[16384];
+    for (;;) {
+        const ssize_t got = ::read(fd, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            ::close(fd);
+            if (got < 0) {
+                return false;
+            }
+            break;
+        }
+        text.append(buffer, static_cast<std::size_t>(got));
+    }
+    values = ini::parse(text);
+    return true;
 }
 
-QString IniSettingsStore::groupFor(RegistryRoot root, const QString& subKey) const {
-    if (isHomeKey(root, subKey)) {
-        return {};
+long IniSettingsStore::save(const std::map<std::string, std::string>& values) {
+    makeParents(path_);
+    std::string temporary = path_ + ".XXXXXX";
+    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0) {
+        return ERROR_ACCESS_DENIED;
     }
-    QString group = registryRootName(root) + QLatin1Char('/') + subKey;
-    group.replace(QLatin1Char('\\'), QLatin1Char('/'));
-    return group;
-}
-
-QString IniSettingsStore::keyFor(RegistryRoot root, const QString& subKey,
-                                 const QString& name) const {
-    const QString group = groupFor(root, subKey);
-    return group.isEmpty() ? name : group + QLatin1Char('/') + name;
-}
-
-long IniSettingsStore::openKey(RegistryRoot root, const QString& subKey) const {
-    if (registryRootName(root).isEmpty()) {
-        return ERROR_BADKEY;
+    // mkostemp makes the file for its owner alone; the settings get the usual permissions.
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    ::fchmod(fd, 0666 & ~mask);
+    const bool written = writeAll(fd, ini::format(values)) && ::fsync(fd) == 0;
+    ::close(fd);
+    if (!written || ::rename(temporary.c_str(), path_.c_str()) != 0) {
+        ::unlink(temporary.c_str());
+        return ERROR_ACCESS_DENIED;
     }
-    settings_.beginGroup(groupFor(root, subKey));
-    const bool exists = !settings_.childKeys().isEmpty();
-    settings_.endGroup();
-    if (exists) {
-        return ERROR_SUCCESS;
-    }
-    const long status = statusCode(settings_.status(), ERROR_CANTOPEN);
-    return status == ERROR_SUCCESS ? long{ERROR_FILE_NOT_FOUND} : status;
-}
-
-long IniSettingsStore::queryValue(RegistryRoot root, const QString& subKey, const QString& name,
-                                  QString& text) const {
-    const QVariant value = settings_.value(keyFor(root, subKey, name));
-    if (!value.isValid()) {
-        text.clear();
-        return ERROR_FILE_NOT_FOUND;
-    }
-    // A value that QSettings read as a list (it had commas) is still one text to us.
-    text = value.typeId() == QMetaType::QStringList
-               ? value.toStringList().join(QStringLiteral(", "))
-               : value.toString();
     return ERROR_SUCCESS;
 }
 
-long IniSettingsStore::setValue(RegistryRoot root, const QString& subKey, const QString& name,
-                                const QString& text) {
-    if (registryRootName(root).isEmpty()) {
+long IniSettingsStore::openKey(RegistryRoot root, const std::string& subKey) const {
+    if (registryRootName(root).empty()) {
         return ERROR_BADKEY;
     }
-    const QString key = keyFor(root, subKey, name);
-    // An empty name (or one of slashes only) in the program's own key leaves QSettings an
-    // empty key, which it drops without a word: say so rather than report the value written.
-    if (key.count(QLatin1Char('/')) == key.size()) {
-        return ERROR_INVALID_PARAMETER;
+    std::map<std::string, std::string> values;
+    if (!load(values)) {
+        return ERROR_CANTOPEN;
     }
-    settings_.setValue(key, text);
-    return syncResult();
+    // The key exists when it holds a value of its own (not only deeper keys).
+    const std::string group = groupFor(root, subKey);
+    const std::string prefix = group.empty() ? std::string() : group + '/';
+    for (auto it = values.lower_bound(prefix); it != values.end(); ++it) {
+        const std::string& key = it->first;
+        if (!key.starts_with(prefix)) {
+            break;
+        }
+        if (key.find('/', prefix.size()) == std::string::npos) {
+            return ERROR_SUCCESS;
+        }
+    }
+    return ERROR_FILE_NOT_FOUND;
 }
 
-long IniSettingsStore::deleteValue(RegistryRoot root, const QString& subKey, const QString& name) {
-    const QString key = keyFor(root, subKey, name);
-    if (!settings_.contains(key)) {
+long IniSettingsStore::queryValue(RegistryRoot root, const std::string& subKey,
+                                  const std::string& name, std::string& text) const {
+    text.clear();
+    std::map<std::string, std::string> values;
+    if (!load(values)) {
+        return ERROR_CANTREAD;
+    }
+    const auto found = values.find(keyFor(root, subKey, name));
+    if (found == values.end()) {
         return ERROR_FILE_NOT_FOUND;
     }
-    settings_.remove(key);
-    return syncResult();
+    text = found->second;
+    return ERROR_SUCCESS;
 }
 
-long IniSettingsStore::syncResult() {
-    settings_.sync();
-    return statusCode(settings_.status(), ERROR_ACCESS_DENIED);
-}
-
-QString defaultSettingsPath() {
-    const QString name = QStringLiteral("chronvale-server.conf");
-    if (geteuid() == 0) {
-        return QStringLiteral("/etc/chronvale-server/") + name;
+long IniSettingsStore::setValue(RegistryRoot root, const std::string& subKey,
+                                const std::string& name, const std::string& text) {
+    if (registryRootName(root).empty()) {
+        return ERROR_BADKEY;
     }
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-           QStringLiteral("/chronvale-server/") + name;
+    const std::string key = keyFor(root, subKey, name);
+    // An empty name (or one of slashes only) in the program's own key leaves no key at all.
+    if (key.empty()) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    std::map<std::string, std::string> values;
+    if (!load(values)) {
+        return ERROR_ACCESS_DENIED;
+    }
+    values[key] = text;
+    return save(values);
+}
+
+long IniSettingsStore::deleteValue(RegistryRoot root, const std::string& subKey,
+                                   const std::string& name) {
+    std::map<std::string, std::string> values;
+    if (!load(values)) {
+        return ERROR_ACCESS_DENIED;
+    }
+    if (values.erase(keyFor(root, subKey, name)) == 0) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    return save(values);
+}
+
+std::string defaultSettingsPath() {
+    const std::string name = "chronvale-server.conf";
+    if (::geteuid() == 0) {
+        return "/etc/chronvale-server/" + name;
+    }
+    const char* configHome = std::getenv("XDG_CONFIG_HOME");
+    const char* home = std::getenv("HOME");
+    const std::string base = configHome != nullptr && *configHome == '/' ? configHome
+                             : home != nullptr ? std::string(home) + "/.config"
+                                               : std::string(".config");
+    return base + "/chronvale-server/" + name;
 }
 
 } // namespace cvl

@@ -1,38 +1,42 @@
 // The registry-like store kept in one INI file. The program's own key (HKEY_LOCAL_MACHINE
-// "Software\Chronvale Server") holds its values at the top level, one Name=text line each;
-// any other key becomes a group named after its root and path.
+// "Software\Chronvale Server") holds its values at the top level, one Name=text line each
+// under [General]; any other key becomes a group named after its root and path. The file is
+// read afresh for every question and rewritten whole for every change, through a temporary
+// file renamed into place, so a crash never leaves half a file.
 #pragma once
 
 #include "platform/settings_store.h"
 
-#include <QSettings>
+#include <map>
+#include <string>
 
 namespace cvl {
 
 class IniSettingsStore final : public SettingsStore {
 public:
-    explicit IniSettingsStore(const QString& filePath);
+    explicit IniSettingsStore(std::string filePath);
 
-    [[nodiscard]] long openKey(RegistryRoot root, const QString& subKey) const override;
-    [[nodiscard]] long queryValue(RegistryRoot root, const QString& subKey, const QString& name,
-                                  QString& text) const override;
-    long setValue(RegistryRoot root, const QString& subKey, const QString& name,
-                  const QString& text) override;
-    long deleteValue(RegistryRoot root, const QString& subKey, const QString& name) override;
+    [[nodiscard]] long openKey(RegistryRoot root, const std::string& subKey) const override;
+    [[nodiscard]] long queryValue(RegistryRoot root, const std::string& subKey,
+                                  const std::string& name, std::string& text) const override;
+    long setValue(RegistryRoot root, const std::string& subKey, const std::string& name,
+                  const std::string& text) override;
+    long deleteValue(RegistryRoot root, const std::string& subKey,
+                     const std::string& name) override;
 
-    [[nodiscard]] QString filePath() const { return settings_.fileName(); }
+    [[nodiscard]] const std::string& filePath() const { return path_; }
 
 private:
-    [[nodiscard]] QString keyFor(RegistryRoot root, const QString& subKey,
-                                 const QString& name) const;
-    [[nodiscard]] QString groupFor(RegistryRoot root, const QString& subKey) const;
-    long syncResult();
+    // The file's values; false when it exists but cannot be read.
+    bool load(std::map<std::string, std::string>& values) const;
+    // ERROR_SUCCESS, or ERROR_ACCESS_DENIED when the file cannot be written.
+    long save(const std::map<std::string, std::string>& values);
 
-    mutable QSettings settings_;
+    std::string path_;
 };
 
 // Where the settings live unless --settings names a file: the machine-wide file when this
 // process may write it (running as root), otherwise the user's own.
-[[nodiscard]] QString defaultSettingsPath();
+[[nodiscard]] std::string defaultSettingsPath();
 
 } // namespace cvl

@@ -9,9 +9,8 @@
 
 namespace cvl {
 
-StreamClient::StreamClient(EventLoop& loop, QObject* parent)
-    : QObject(parent)
-    , loop_(loop)
+StreamClient::StreamClient(EventLoop& loop)
+    : loop_(loop)
     , lookup_(loop) {}
 
 StreamClient::~StreamClient() {
@@ -66,19 +65,20 @@ void StreamClient::connectionReady() {
         return;
     }
     watch_.setInterest(EventLoop::Readable);
-    emit connected();
+    if (onConnected) {
+        onConnected();
+    }
 }
 
-bool StreamClient::write(QByteArrayView bytes) {
+bool StreamClient::write(std::string_view bytes) {
     if (descriptor_ < 0) {
         return false;
     }
-    return ::send(descriptor_, bytes.data(), static_cast<std::size_t>(bytes.size()),
-                  MSG_NOSIGNAL) >= 0;
+    return ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL) >= 0;
 }
 
 void StreamClient::readable() {
-    QByteArray chunk;
+    std::string chunk;
     char buffer[16384];
     bool ended = false;
     bool broken = false;
@@ -86,7 +86,7 @@ void StreamClient::readable() {
     for (int round = 0; round < 64; ++round) {
         const ssize_t got = ::recv(descriptor_, buffer, sizeof buffer, 0);
         if (got > 0) {
-            chunk.append(buffer, got);
+            chunk.append(buffer, static_cast<std::size_t>(got));
             continue;
         }
         if (got == 0) {
@@ -98,8 +98,8 @@ void StreamClient::readable() {
     }
     // What arrived before the end is handed on first; a handler may close or reconnect.
     const std::uint64_t connection = generation_;
-    if (!chunk.isEmpty()) {
-        emit received(chunk);
+    if (!chunk.empty() && onReceived) {
+        onReceived(chunk);
     }
     if (generation_ != connection) {
         return;
@@ -113,7 +113,9 @@ void StreamClient::readable() {
 
 void StreamClient::fail() {
     close();
-    emit failed();
+    if (onFailed) {
+        onFailed();
+    }
 }
 
 void StreamClient::close() {

@@ -24,9 +24,8 @@ bool outOfResources(int error) {
 
 } // namespace
 
-StreamListener::StreamListener(EventLoop& loop, QObject* parent)
-    : QObject(parent)
-    , loop_(loop)
+StreamListener::StreamListener(EventLoop& loop)
+    : loop_(loop)
     , resourceRetry_(loop, [this] { updateWatch(); }) {
     resourceRetry_.setSingleShot(true);
     resourceRetry_.setInterval(kResourceRetry);
@@ -36,7 +35,7 @@ StreamListener::~StreamListener() {
     close();
 }
 
-StreamListener::ListenResult StreamListener::listen(quint16 port) {
+StreamListener::ListenResult StreamListener::listen(std::uint16_t port) {
     close();
     const BoundSockets bound = bindEveryAddress(SOCK_STREAM, port);
     if (!bound.bound()) {
@@ -104,7 +103,11 @@ void StreamListener::acceptPending(std::size_t family) {
             if (family == FamilySockets::kIPv4) {
                 mapIPv4InPlace(address);
             }
-            emit connectionRequested(connection, peerFromSocketAddress(address));
+            if (onConnection) {
+                onConnection(connection, peerFromSocketAddress(address));
+            } else {
+                ::close(connection);
+            }
             continue;
         }
         if (errno == EAGAIN || errno == EWOULDBLOCK) {
