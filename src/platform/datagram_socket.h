@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <netinet/in.h> // the batch buffers below hold the kernel's addresses
 #include <string>
 #include <string_view>
 
@@ -76,24 +75,23 @@ private:
     // Requests are small; of a longer datagram only its length matters to any service.
     static constexpr int kKeptBytes = 2048;
 
+    // The buffers of a batch, laid out as the system's batch calls want them.
+    struct Batch;
+
     int receiveBatch();
     Datagram datagram(int index);
     void flushReplies();
-    [[nodiscard]] int socketFor(const sockaddr_in6& to) const;
+    // The socket of the family a peer's address belongs to.
+    [[nodiscard]] int socketFor(bool ipv4) const;
 
     EventLoop& loop_;
     FamilySockets sockets_;
     std::size_t ready_ = 0; // the family whose datagrams readPending() takes
     std::uint16_t port_ = 0;
-    std::unique_ptr<char[]> buffers_;
-    std::array<sockaddr_in6, kBatch> peers_{};
-    std::array<int, kBatch> sizes_{};
+    std::unique_ptr<Batch> batch_;
     // Answers waiting for the end of the batch.
     bool reading_ = false;
     int queued_ = 0;
-    std::array<std::array<char, kQueuedBytes>, kBatch> replies_{};
-    std::array<int, kBatch> replySizes_{};
-    std::array<sockaddr_in6, kBatch> replyPeers_{};
     // Busy clients send many datagrams in a row: the text of the last sender is kept.
     PeerAddress lastPeer_;
     std::string lastPeerText_;

@@ -131,7 +131,6 @@ std::string escapedKey(std::string_view key) {
 std::string unescapedValue(std::string_view text) {
     std::vector<std::string> items(1);
     bool quoted = false;
-    bool anyQuoted = false;
     std::size_t i = 0;
     while (i < text.size() && isBlank(text[i])) {
         ++i;
@@ -143,7 +142,6 @@ std::string unescapedValue(std::string_view text) {
         std::string& item = items.back();
         if (c == '"') {
             quoted = !quoted;
-            anyQuoted = true;
             keep = item.size();
             continue;
         }
@@ -225,8 +223,9 @@ std::string unescapedValue(std::string_view text) {
     for (std::size_t k = 0; k < items.size(); ++k) {
         value += (k == 0 ? "" : ", ") + items[k];
     }
-    // Values of other types, written as "@Type(...)": their text is what a string read gives.
-    if (!anyQuoted && items.size() == 1) {
+    // Values of other types, written as "@Type(...)", quoted or not: their text is what a
+    // string read gives.
+    if (items.size() == 1) {
         if (value.starts_with("@@")) {
             return value.substr(1);
         }
@@ -239,7 +238,8 @@ std::string unescapedValue(std::string_view text) {
 
 std::string escapedValue(std::string_view value) {
     bool needsQuotes = !value.empty() && (isBlank(value.front()) || isBlank(value.back()));
-    std::string text;
+    // A text starting with "@" would read as a value of another type.
+    std::string text = value.starts_with('@') ? "@" : "";
     for (const char c : value) {
         switch (c) {
         case ';':
@@ -287,10 +287,6 @@ std::string escapedValue(std::string_view value) {
                 text += c; // UTF-8 stands as it is
             }
         }
-    }
-    // A text starting with "@" would read as a value of another type.
-    if (value.starts_with('@')) {
-        text.insert(0, "@");
     }
     return needsQuotes ? '"' + text + '"' : text;
 }

@@ -55,6 +55,7 @@ TEST(IniFile, WhatIsWrittenReadsBack) {
                                  6)},
         {"Padded", "  x  "},
         {"At", "@ByteArray(x)"},
+        {"AtQuoted", "@at;x"}, // found by the fuzzer: "@" and quotes together
         {"Unicode", "Z\xC3\xBCrich \xF0\x9F\x95\x90"},
         {"Odd name=[x]", "1"},
         {"HKEY_CURRENT_USER/Software/Other/X", "2"},

@@ -40,9 +40,19 @@ void sendEach(int fd, mmsghdr* messages, int count) {
 
 } // namespace
 
+struct DatagramSocket::Batch {
+    // Left uninitialised: untouched pages of an idle socket cost no memory.
+    std::array<char, static_cast<std::size_t>(kBatch) * kKeptBytes> buffers;
+    std::array<sockaddr_in6, kBatch> peers{};
+    std::array<int, kBatch> sizes{};
+    std::array<std::array<char, kQueuedBytes>, kBatch> replies{};
+    std::array<int, kBatch> replySizes{};
+    std::array<sockaddr_in6, kBatch> replyPeers{};
+};
+
 DatagramSocket::DatagramSocket(EventLoop& loop)
     : loop_(loop)
-    , buffers_(new char[static_cast<std::size_t>(kBatch) * kKeptBytes]) {}
+    , batch_(new Batch) {}
 
 DatagramSocket::~DatagramSocket() {
     close();
@@ -73,8 +83,8 @@ void DatagramSocket::close() {
     port_ = 0;
 }
 
-int DatagramSocket::socketFor(const sockaddr_in6& to) const {
-    return sockets_.fd(isMappedIPv4(to) ? kIPv4 : kIPv6);
+int DatagramSocket::socketFor(bool ipv4) const {
+    return sockets_.fd(ipv4 ? kIPv4 : kIPv6);
 }
 
 int DatagramSocket::receiveBatch() {
@@ -85,19 +95,19 @@ int DatagramSocket::receiveBatch() {
     std::array<mmsghdr, kBatch> messages{};
     std::array<iovec, kBatch> vectors{};
     for (std::size_t i = 0; i < messages.size(); ++i) {
-        vectors[i] = {buffers_.get() + i * kKeptBytes, kKeptBytes};
+        vectors[i] = {batch_->buffers.data() + i * kKeptBytes, kKeptBytes};
         messages[i].msg_hdr.msg_iov = &vectors[i];
         messages[i].msg_hdr.msg_iovlen = 1;
-        messages[i].msg_hdr.msg_name = &peers_[i];
-        messages[i].msg_hdr.msg_namelen = sizeof peers_[i];
+        messages[i].msg_hdr.msg_name = &batch_->peers[i];
+        messages[i].msg_hdr.msg_namelen = sizeof batch_->peers[i];
     }
     // MSG_TRUNC: each length is the datagram's own, even where less was kept.
     const int count = ::recvmmsg(fd, messages.data(), kBatch, MSG_DONTWAIT | MSG_TRUNC, nullptr);
     for (int i = 0; i < count; ++i) {
         const auto index = static_cast<std::size_t>(i);
-        sizes_[index] = static_cast<int>(messages[index].msg_len);
+        batch_->sizes[index] = static_cast<int>(messages[index].msg_len);
         if (ready_ == kIPv4) {
-            mapIPv4InPlace(peers_[index]);
+            mapIPv4InPlace(batch_->peers[index]);
         }
     }
     return count < 0 ? 0 : count;
@@ -106,10 +116,11 @@ int DatagramSocket::receiveBatch() {
 Datagram DatagramSocket::datagram(int index) {
     const auto i = static_cast<std::size_t>(index);
     Datagram datagram;
-    datagram.size = static_cast<std::size_t>(sizes_[i]);
-    datagram.data = std::string_view(buffers_.get() + i * kKeptBytes,
-                                     static_cast<std::size_t>(std::min(sizes_[i], kKeptBytes)));
-    datagram.sender = peerFromSocketAddress(peers_[i]);
+    datagram.size = static_cast<std::size_t>(batch_->sizes[i]);
+    datagram.data =
+        std::string_view(batch_->buffers.data() + i * kKeptBytes,
+                         static_cast<std::size_t>(std::min(batch_->sizes[i], kKeptBytes)));
+    datagram.sender = peerFromSocketAddress(batch_->peers[i]);
     if (!(datagram.sender == lastPeer_) || lastPeerText_.empty()) {
         lastPeer_ = datagram.sender;
         lastPeerText_ = datagram.sender.text();
@@ -126,14 +137,14 @@ bool DatagramSocket::send(std::string_view data, const PeerAddress& to) {
     sockaddr_in v4{};
     const sockaddr_in6 destination = socketAddressOf(to);
     setDestination(header, destination, v4);
-    const int fd = socketFor(destination);
+    const int fd = socketFor(isMappedIPv4(destination));
     return fd >= 0 && ::sendmsg(fd, &header, MSG_DONTWAIT) == static_cast<ssize_t>(data.size());
 }
 
 int DatagramSocket::sendBytewise(std::string_view data, const PeerAddress& to) {
     constexpr std::size_t most = 8;
     const sockaddr_in6 destination = socketAddressOf(to);
-    const int fd = socketFor(destination);
+    const int fd = socketFor(isMappedIPv4(destination));
     if (fd < 0 || data.size() > most) {
         return 0;
     }
@@ -157,9 +168,9 @@ void DatagramSocket::sendWithBatch(std::string_view data, const PeerAddress& to)
         return;
     }
     const auto i = static_cast<std::size_t>(queued_++);
-    std::copy(data.begin(), data.end(), replies_[i].begin());
-    replySizes_[i] = static_cast<int>(data.size());
-    replyPeers_[i] = socketAddressOf(to);
+    std::copy(data.begin(), data.end(), batch_->replies[i].begin());
+    batch_->replySizes[i] = static_cast<int>(data.size());
+    batch_->replyPeers[i] = socketAddressOf(to);
     if (queued_ == kBatch) {
         flushReplies();
     }
@@ -174,16 +185,17 @@ void DatagramSocket::flushReplies() {
     std::array<iovec, kBatch> vectors{};
     std::array<sockaddr_in, kBatch> v4{};
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-        vectors[i] = {replies_[i].data(), static_cast<std::size_t>(replySizes_[i])};
+        vectors[i] = {batch_->replies[i].data(), static_cast<std::size_t>(batch_->replySizes[i])};
         messages[i].msg_hdr.msg_iov = &vectors[i];
         messages[i].msg_hdr.msg_iovlen = 1;
-        setDestination(messages[i].msg_hdr, replyPeers_[i], v4[i]);
+        setDestination(messages[i].msg_hdr, batch_->replyPeers[i], v4[i]);
     }
     // Each run of answers to one family leaves through that family's socket in one call.
     for (int start = 0; start < count;) {
-        const int fd = socketFor(replyPeers_[static_cast<std::size_t>(start)]);
+        const int fd = socketFor(isMappedIPv4(batch_->replyPeers[static_cast<std::size_t>(start)]));
         int end = start + 1;
-        while (end < count && socketFor(replyPeers_[static_cast<std::size_t>(end)]) == fd) {
+        while (end < count &&
+               socketFor(isMappedIPv4(batch_->replyPeers[static_cast<std::size_t>(end)])) == fd) {
             ++end;
         }
         sendEach(fd, messages.data() + start, end - start);

@@ -1,5 +1,6 @@
 #include "platform/stream_client.h"
 #include "platform/linux/mapped_address.h"
+#include "platform/linux/socket_reading.h"
 #include "platform/peer_address.h"
 
 #include <cerrno>
@@ -79,23 +80,7 @@ bool StreamClient::write(std::string_view bytes) {
 
 void StreamClient::readable() {
     std::string chunk;
-    char buffer[16384];
-    bool ended = false;
-    bool broken = false;
-    // Bounded: a peer that keeps sending is read again on the next pass of the loop.
-    for (int round = 0; round < 64; ++round) {
-        const ssize_t got = ::recv(descriptor_, buffer, sizeof buffer, 0);
-        if (got > 0) {
-            chunk.append(buffer, static_cast<std::size_t>(got));
-            continue;
-        }
-        if (got == 0) {
-            ended = true;
-        } else {
-            broken = errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR;
-        }
-        break;
-    }
+    const ReadEnd end = readWaiting(descriptor_, chunk, 64);
     // What arrived before the end is handed on first; a handler may close or reconnect.
     const std::uint64_t connection = generation_;
     if (!chunk.empty() && onReceived) {
@@ -104,9 +89,9 @@ void StreamClient::readable() {
     if (generation_ != connection) {
         return;
     }
-    if (broken) {
+    if (end == ReadEnd::Broken) {
         fail();
-    } else if (ended) {
+    } else if (end == ReadEnd::Ended) {
         close();
     }
 }

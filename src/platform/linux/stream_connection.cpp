@@ -1,4 +1,5 @@
 #include "platform/stream_connection.h"
+#include "platform/linux/socket_reading.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,11 +13,6 @@ namespace {
 
 // Per pass of the loop, so that one talkative client cannot hold up the others.
 constexpr int kReadRoundsPerPass = 4;
-constexpr std::size_t kReadChunk = 16384;
-
-[[nodiscard]] bool wouldBlock() {
-    return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
-}
 
 } // namespace
 
@@ -110,21 +106,7 @@ void StreamConnection::ready(unsigned readiness) {
 }
 
 void StreamConnection::readAvailable() {
-    bool ended = false;
-    bool broken = false;
-    for (int round = 0; round < kReadRoundsPerPass; ++round) {
-        const std::size_t had = received_.size();
-        received_.resize(had + kReadChunk);
-        const ssize_t got =
-            ::recv(static_cast<int>(socket_), received_.data() + had, kReadChunk, 0);
-        received_.resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-        if (got > 0) {
-            continue;
-        }
-        ended = got == 0;
-        broken = got < 0 && !wouldBlock();
-        break;
-    }
+    const ReadEnd end = readWaiting(static_cast<int>(socket_), received_, kReadRoundsPerPass);
     // What came before the end is handed on first; the handler may close the connection.
     const std::uint64_t connection = generation_;
     if (!received_.empty() && onReceived) {
@@ -133,9 +115,9 @@ void StreamConnection::readAvailable() {
     if (generation_ != connection) {
         return;
     }
-    if (broken) {
+    if (end == ReadEnd::Broken) {
         abort();
-    } else if (ended) {
+    } else if (end == ReadEnd::Ended) {
         close();
     }
 }
