@@ -37,7 +37,8 @@ class HeadlessFrontEnd final : public cvl::FrontEnd {
 public:
     cvl::Prompter& prompter() override { return prompter_; }
     void build(cvl::CVL_Server& server) override {
-        new cvl::HeadlessStatus(server, &cvl::writeStderrLine);
+        new cvl::HeadlessStatus(
+            server, [](const QString& line) { cvl::writeStderrLine(line.toStdString()); });
     }
     void startUp(bool) override {}
     void release() override {}

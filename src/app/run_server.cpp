@@ -117,7 +117,7 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
     SystemTimeZone timeZone;
     IniSettingsStore settings(settingsPath.toStdString());
     XdgAutostart autostart(xdgConfigHome());
-    SystemHostInfo host(programFolder, execLine(command));
+    SystemHostInfo host(programFolder.toStdString(), execLine(command).toStdString());
     SystemLauncher launcher;
     const Platform platform{
         loop, clock, timeZone, settings, autostart, host, frontEnd.prompter(), launcher};

@@ -29,8 +29,8 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , ntpService_(std::make_unique<NtpService>(*this))
     , timeQuery_(std::make_unique<TimeQuery>(platform.loop, platform.clock, timeBase_))
     , updateCheck_(new UpdateCheck(platform.loop, *this, platform.prompter, platform.launcher,
-                                   platform.host.programFolder(), options_.updateHost,
-                                   options_.updatePort, AppVersion(), this))
+                                   QString::fromStdString(platform.host.programFolder()),
+                                   options_.updateHost, options_.updatePort, AppVersion(), this))
     , syncTimer_(platform.loop, [this] { syncTick(); })
     , unansweredTimer_(platform.loop, [this] { queryUnanswered(); })
     , random_([] { return QRandomGenerator::global()->generateDouble(); })
@@ -143,17 +143,15 @@ void CVL_Server::start(const std::function<void()>& beforeFirstSync) {
 
     updateStamp_ = platform_.clock.localNow();
     setTipText((fixedTitle() + QLatin1Char(' ')).toStdString());
-    log_ =
-        std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder().toStdString(),
-                                     AppVersion().toStdString(), updateStamp_);
+    log_ = std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder(),
+                                        AppVersion().toStdString(), updateStamp_);
     // Every start logs, whatever the saved setting says; the setting only decides what the
     // configuration dialog shows.
     log_->setEnabled(true);
 
     [[maybe_unused]] const auto second = timeBase_.GrabTime();
-    log_->setIdentity(platform_.host.hostName().toStdString(),
-                      platform_.host.userName().toStdString(),
-                      platform_.host.localAddress().toStdString());
+    log_->setIdentity(platform_.host.hostName(), platform_.host.userName(),
+                      platform_.host.localAddress());
 
     if (beforeFirstSync) {
         beforeFirstSync();
@@ -178,7 +176,7 @@ void CVL_Server::shutdown() {
 }
 
 std::string CVL_Server::serverFilePath() const {
-    return platform_.host.programFolder().toStdString() + "/QBK_CVLS4.CVL";
+    return platform_.host.programFolder() + "/QBK_CVLS4.CVL";
 }
 
 void CVL_Server::ReadCVLFile() {

@@ -1,7 +1,7 @@
 // The entry that starts the program with the user's session (or with the system).
 #pragma once
 
-#include <QString>
+#include <string>
 
 namespace cvl {
 
@@ -9,7 +9,7 @@ class Autostart {
 public:
     virtual ~Autostart() = default;
     [[nodiscard]] virtual bool exists() const = 0;
-    virtual bool write(const QString& command) = 0;
+    virtual bool write(const std::string& command) = 0;
     virtual bool remove() = 0;
 };
 

@@ -56,7 +56,18 @@ std::string unescapedKey(std::string_view text) {
             ++i;
         } else if (c == '%' && i + 6 <= text.size() && text[i + 1] == 'U') {
             i += 2;
-            appendUtf8(key, readHex(text, i, 4));
+            char32_t code = readHex(text, i, 4);
+            // A character beyond the first plane comes as two halves.
+            if (code >= 0xD800 && code < 0xDC00 && i + 6 <= text.size() && text[i] == '%' &&
+                text[i + 1] == 'U') {
+                std::size_t next = i + 2;
+                const char32_t low = readHex(text, next, 4);
+                if (low >= 0xDC00 && low < 0xE000) {
+                    code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+                    i = next;
+                }
+            }
+            appendUtf8(key, code);
         } else if (c == '%' && i + 3 <= text.size() && hexDigit(text[i + 1]) >= 0 &&
                    hexDigit(text[i + 2]) >= 0) {
             ++i;

@@ -2,7 +2,7 @@
 // the text to standard error and answers every question No.
 #pragma once
 
-#include <QString>
+#include <string_view>
 
 namespace cvl {
 
@@ -12,9 +12,9 @@ enum class PromptOwner { MainWindow, ConfigDialog };
 class Prompter {
 public:
     virtual ~Prompter() = default;
-    [[nodiscard]] virtual bool askYesNo(PromptOwner owner, const QString& caption,
-                                        const QString& text) = 0;
-    virtual void inform(PromptOwner owner, const QString& caption, const QString& text) = 0;
+    [[nodiscard]] virtual bool askYesNo(PromptOwner owner, std::string_view caption,
+                                        std::string_view text) = 0;
+    virtual void inform(PromptOwner owner, std::string_view caption, std::string_view text) = 0;
 };
 
 } // namespace cvl

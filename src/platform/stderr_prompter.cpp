@@ -1,25 +1,32 @@
 #include "platform/stderr_prompter.h"
 
 #include <cstdio>
+#include <string>
 
 namespace cvl {
 
-void writeStderrLine(const QString& text) {
-    QString line = text;
-    line.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
-    line.replace(QLatin1Char('\r'), QLatin1Char(' '));
-    line.replace(QLatin1Char('\n'), QLatin1Char(' '));
-    std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
+void writeStderrLine(std::string_view text) {
+    std::string line;
+    line.reserve(text.size() + 1);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
+            continue; // CR LF is one break
+        }
+        line += c == '\r' || c == '\n' ? ' ' : c;
+    }
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr);
 }
 
-bool StderrPrompter::askYesNo(PromptOwner, const QString& caption, const QString& text) {
-    writeStderrLine(caption + QStringLiteral(": ") + text + QStringLiteral(" [answered No]"));
+bool StderrPrompter::askYesNo(PromptOwner, std::string_view caption, std::string_view text) {
+    writeStderrLine(std::string(caption) + ": " + std::string(text) + " [answered No]");
     return false;
 }
 
-void StderrPrompter::inform(PromptOwner, const QString& caption, const QString& text) {
-    writeStderrLine(caption + QStringLiteral(": ") + text);
+void StderrPrompter::inform(PromptOwner, std::string_view caption, std::string_view text) {
+    writeStderrLine(std::string(caption) + ": " + std::string(text));
 }
 
 } // namespace cvl

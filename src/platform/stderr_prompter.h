@@ -7,12 +7,12 @@ namespace cvl {
 
 class StderrPrompter final : public Prompter {
 public:
-    [[nodiscard]] bool askYesNo(PromptOwner owner, const QString& caption,
-                                const QString& text) override;
-    void inform(PromptOwner owner, const QString& caption, const QString& text) override;
+    [[nodiscard]] bool askYesNo(PromptOwner owner, std::string_view caption,
+                                std::string_view text) override;
+    void inform(PromptOwner owner, std::string_view caption, std::string_view text) override;
 };
 
 // Writes one line to standard error, line breaks inside the text flattened.
-void writeStderrLine(const QString& text);
+void writeStderrLine(std::string_view text);
 
 } // namespace cvl

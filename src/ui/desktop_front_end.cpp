@@ -2,20 +2,21 @@
 
 #include "core/cvl_server.h"
 #include "ui/config_dialog.h"
+#include "ui/qt/qt_text.h"
 #include "ui/server_window.h"
 
 #include <QMessageBox>
 
 namespace cvl {
 
-bool DesktopPrompter::askYesNo(PromptOwner owner, const QString& caption, const QString& text) {
-    QMessageBox box(QMessageBox::Information, caption, text, QMessageBox::Yes | QMessageBox::No,
-                    owners ? owners(owner) : nullptr);
+bool DesktopPrompter::askYesNo(PromptOwner owner, std::string_view caption, std::string_view text) {
+    QMessageBox box(QMessageBox::Information, toQString(caption), toQString(text),
+                    QMessageBox::Yes | QMessageBox::No, owners ? owners(owner) : nullptr);
     return box.exec() == QMessageBox::Yes;
 }
 
-void DesktopPrompter::inform(PromptOwner owner, const QString& caption, const QString& text) {
-    QMessageBox box(QMessageBox::Warning, caption, text, QMessageBox::Ok,
+void DesktopPrompter::inform(PromptOwner owner, std::string_view caption, std::string_view text) {
+    QMessageBox box(QMessageBox::Warning, toQString(caption), toQString(text), QMessageBox::Ok,
                     owners ? owners(owner) : nullptr);
     box.exec();
 }

@@ -20,9 +20,9 @@ class CVL_ConfigSVR;
 // Message boxes owned by the window named; until the front end exists, by none.
 class DesktopPrompter final : public Prompter {
 public:
-    [[nodiscard]] bool askYesNo(PromptOwner owner, const QString& caption,
-                                const QString& text) override;
-    void inform(PromptOwner owner, const QString& caption, const QString& text) override;
+    [[nodiscard]] bool askYesNo(PromptOwner owner, std::string_view caption,
+                                std::string_view text) override;
+    void inform(PromptOwner owner, std::string_view caption, std::string_view text) override;
     std::function<QWidget*(PromptOwner)> owners;
 };
 

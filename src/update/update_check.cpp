@@ -152,16 +152,15 @@ void UpdateCheck::saveIT(const QByteArray& qbkdata) {
     // Compared as text, as the version file has always been.
     if (appVersion_ < latest) {
         UpdatePrompted = true;
-        if (prompter_.askYesNo(PromptOwner::MainWindow,
-                               QStringLiteral("Chronvale Server AUTO Update Available!"),
-                               QStringLiteral("Would you like to update your CVL Server Edition?"
-                                              "\r\nThe latest version is: ") +
-                                   latest)) {
+        if (prompter_.askYesNo(PromptOwner::MainWindow, "Chronvale Server AUTO Update Available!",
+                               "Would you like to update your CVL Server Edition?\r\nThe latest "
+                               "version is: " +
+                                   latest.toStdString())) {
             host_.setWindowCaption(QStringLiteral("UPDATEING ") + host_.windowTitle());
             // The updater closes this program itself when it is ready.
             launcher_.start(
-                programFolder_ + kUpdaterName,
-                {QStringLiteral("/v") + latest, QStringLiteral("/t") + host_.windowCaption()});
+                (programFolder_ + kUpdaterName).toStdString(),
+                {"/v" + latest.toStdString(), "/t" + host_.windowCaption().toStdString()});
             return;
         }
     }
@@ -172,9 +171,8 @@ void UpdateCheck::saveIT(const QByteArray& qbkdata) {
     } else if (static_cast<double>(serverFile.size()) !=
                leadingNumber(fields.at(4).toStdString())) {
         UpdatePrompted = true;
-        if (prompter_.askYesNo(PromptOwner::MainWindow,
-                               QStringLiteral("Chronvale Update Available!"),
-                               QStringLiteral("Would you like to update your CVL Server File?"))) {
+        if (prompter_.askYesNo(PromptOwner::MainWindow, "Chronvale Update Available!",
+                               "Would you like to update your CVL Server File?")) {
             GetServerFile = true;
         }
     }
@@ -185,8 +183,8 @@ void UpdateCheck::saveIT(const QByteArray& qbkdata) {
         QBKUpdate();
     }
     if (!UpdatePrompted) {
-        prompter_.inform(PromptOwner::ConfigDialog, QStringLiteral("Chronvale Server Updater"),
-                         QStringLiteral("No Updates Available."));
+        prompter_.inform(PromptOwner::ConfigDialog, "Chronvale Server Updater",
+                         "No Updates Available.");
     }
 }
 

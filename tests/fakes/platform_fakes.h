@@ -71,7 +71,7 @@ private:
 class FakeAutostart final : public Autostart {
 public:
     [[nodiscard]] bool exists() const override { return present; }
-    bool write(const QString& cmd) override {
+    bool write(const std::string& cmd) override {
         command = cmd;
         ++writes;
         return present = true;
@@ -82,7 +82,7 @@ public:
     }
 
     bool present = false;
-    QString command;
+    std::string command;
     int writes = 0;
     int removals = 0;
 };
@@ -90,25 +90,26 @@ public:
 // Host facts chosen by the test; the program folder is usually a QTemporaryDir.
 class FakeHostInfo final : public HostInfo {
 public:
-    [[nodiscard]] QString userName() const override { return QStringLiteral("tester"); }
-    [[nodiscard]] QString hostName() const override { return QStringLiteral("testhost"); }
-    [[nodiscard]] QString localAddress() const override { return QStringLiteral("192.0.2.10"); }
-    [[nodiscard]] QString programFolder() const override { return folder; }
-    [[nodiscard]] QString programCommand() const override { return command; }
+    [[nodiscard]] std::string userName() const override { return "tester"; }
+    [[nodiscard]] std::string hostName() const override { return "testhost"; }
+    [[nodiscard]] std::string localAddress() const override { return "192.0.2.10"; }
+    [[nodiscard]] std::string programFolder() const override { return folder; }
+    [[nodiscard]] std::string programCommand() const override { return command; }
 
-    QString folder;
-    QString command = QStringLiteral("/opt/chronvale/chronvale-server");
+    std::string folder;
+    std::string command = "/opt/chronvale/chronvale-server";
 };
 
 // Records every question and notice as "caption|text"; answers questions Yes unless told.
 class FakePrompter final : public Prompter {
 public:
-    [[nodiscard]] bool askYesNo(PromptOwner, const QString& caption, const QString& text) override {
-        questions << caption + QLatin1Char('|') + text;
+    [[nodiscard]] bool askYesNo(PromptOwner, std::string_view caption,
+                                std::string_view text) override {
+        questions << QString::fromStdString(std::string(caption) + '|' + std::string(text));
         return answer;
     }
-    void inform(PromptOwner, const QString& caption, const QString& text) override {
-        notices << caption + QLatin1Char('|') + text;
+    void inform(PromptOwner, std::string_view caption, std::string_view text) override {
+        notices << QString::fromStdString(std::string(caption) + '|' + std::string(text));
     }
 
     bool answer = true;
@@ -119,8 +120,12 @@ public:
 // Records what would have been started.
 class FakeLauncher final : public Launcher {
 public:
-    bool start(const QString& program, const QStringList& arguments) override {
-        started.append(QStringList{program} + arguments);
+    bool start(const std::string& program, const std::vector<std::string>& arguments) override {
+        QStringList command{QString::fromStdString(program)};
+        for (const std::string& argument : arguments) {
+            command << QString::fromStdString(argument);
+        }
+        started.append(command);
         return true;
     }
     bool openDateTimeSettings() override { return true; }

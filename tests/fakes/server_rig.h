@@ -32,7 +32,7 @@ inline void writeServerFile(const QString& path,
 }
 
 struct ServerRig {
-    ServerRig() { host.folder = folder.path(); }
+    ServerRig() { host.folder = folder.path().toStdString(); }
 
     void writeServerFile(const QStringList& entries = {
                              QStringLiteral("127.0.0.1:::Loopback NA:::2:::")}) {

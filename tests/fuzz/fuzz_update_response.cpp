@@ -36,10 +36,10 @@ public:
 
 class AnsweringPrompter final : public Prompter {
 public:
-    [[nodiscard]] bool askYesNo(PromptOwner, const QString&, const QString&) override {
+    [[nodiscard]] bool askYesNo(PromptOwner, std::string_view, std::string_view) override {
         return ((answers >> (asked++ % 6)) & 1) != 0;
     }
-    void inform(PromptOwner, const QString&, const QString&) override {}
+    void inform(PromptOwner, std::string_view, std::string_view) override {}
 
     unsigned answers = 0;
     unsigned asked = 0;

@@ -58,6 +58,7 @@ TEST(IniFile, WhatIsWrittenReadsBack) {
         {"AtQuoted", "@at;x"}, // found by the fuzzer: "@" and quotes together
         {"Unicode", "Z\xC3\xBCrich \xF0\x9F\x95\x90"},
         {"Odd name=[x]", "1"},
+        {"Beyond \xF0\x9F\x95\x90 and\x0b", "4"}, // found by the fuzzer: two halves
         {"HKEY_CURRENT_USER/Software/Other/X", "2"},
         {"General/Y", "3"},
     };

@@ -18,9 +18,9 @@ class TestPlatform : public QObject {
 private slots:
     void autostartEntry() {
         QTemporaryDir dir;
-        XdgAutostart autostart(dir.path());
+        XdgAutostart autostart(dir.path().toStdString());
         QVERIFY(!autostart.exists());
-        QVERIFY(autostart.write(QStringLiteral("/opt/cvl/chronvale-server --data-dir /srv")));
+        QVERIFY(autostart.write("/opt/cvl/chronvale-server --data-dir /srv"));
         QVERIFY(autostart.exists());
         QFile entry(dir.filePath(QStringLiteral("autostart/chronvale-server.desktop")));
         QVERIFY(entry.open(QIODevice::ReadOnly));

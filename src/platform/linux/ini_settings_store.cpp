@@ -1,11 +1,12 @@
 #include "platform/linux/ini_settings_store.h"
 
 #include "platform/ini_file.h"
+#include "platform/linux/atomic_file.h"
+#include "platform/linux/xdg_autostart.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -49,29 +50,6 @@ std::string keyFor(RegistryRoot root, const std::string& subKey, const std::stri
     return ini::normalizedKey(group.empty() ? name : group + '/' + name);
 }
 
-// Creates the folders of `path` that are missing, as the store did when it first wrote.
-void makeParents(const std::string& path) {
-    for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
-         slash = path.find('/', slash + 1)) {
-        ::mkdir(path.substr(0, slash).c_str(), 0777);
-    }
-}
-
-bool writeAll(int fd, const std::string& text) {
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t written = ::write(fd, text.data() + done, text.size() - done);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            return false;
-        }
-        done += static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 } // namespace
 
 IniSettingsStore::IniSettingsStore(std::string filePath)
@@ -104,23 +82,8 @@ bool IniSettingsStore::load(std::map<std::string, std::string>& values) const {
 }
 
 long IniSettingsStore::save(const std::map<std::string, std::string>& values) {
-    makeParents(path_);
-    std::string temporary = path_ + ".XXXXXX";
-    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0) {
-        return ERROR_ACCESS_DENIED;
-    }
-    // mkostemp makes the file for its owner alone; the settings get the usual permissions.
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    ::fchmod(fd, 0666 & ~mask);
-    const bool written = writeAll(fd, ini::format(values)) && ::fsync(fd) == 0;
-    ::close(fd);
-    if (!written || ::rename(temporary.c_str(), path_.c_str()) != 0) {
-        ::unlink(temporary.c_str());
-        return ERROR_ACCESS_DENIED;
-    }
-    return ERROR_SUCCESS;
+    makeParentFolders(path_);
+    return writeFileAtomically(path_, ini::format(values)) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
 long IniSettingsStore::openKey(RegistryRoot root, const std::string& subKey) const {
@@ -196,12 +159,7 @@ std::string defaultSettingsPath() {
     if (::geteuid() == 0) {
         return "/etc/chronvale-server/" + name;
     }
-    const char* configHome = std::getenv("XDG_CONFIG_HOME");
-    const char* home = std::getenv("HOME");
-    const std::string base = configHome != nullptr && *configHome == '/' ? configHome
-                             : home != nullptr ? std::string(home) + "/.config"
-                                               : std::string(".config");
-    return base + "/chronvale-server/" + name;
+    return xdgConfigHome() + "/chronvale-server/" + name;
 }
 
 } // namespace cvl

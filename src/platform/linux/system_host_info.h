@@ -7,17 +7,17 @@ namespace cvl {
 
 class SystemHostInfo final : public HostInfo {
 public:
-    SystemHostInfo(QString programFolder, QString programCommand);
+    SystemHostInfo(std::string programFolder, std::string programCommand);
 
-    [[nodiscard]] QString userName() const override;
-    [[nodiscard]] QString hostName() const override;
-    [[nodiscard]] QString localAddress() const override;
-    [[nodiscard]] QString programFolder() const override { return programFolder_; }
-    [[nodiscard]] QString programCommand() const override { return programCommand_; }
+    [[nodiscard]] std::string userName() const override;
+    [[nodiscard]] std::string hostName() const override;
+    [[nodiscard]] std::string localAddress() const override;
+    [[nodiscard]] std::string programFolder() const override { return programFolder_; }
+    [[nodiscard]] std::string programCommand() const override { return programCommand_; }
 
 private:
-    QString programFolder_;
-    QString programCommand_;
+    std::string programFolder_;
+    std::string programCommand_;
 };
 
 } // namespace cvl

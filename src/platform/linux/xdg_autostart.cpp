@@ -1,54 +1,51 @@
 #include "platform/linux/xdg_autostart.h"
 
-#include <QDir>
-#include <QFile>
-#include <QSaveFile>
+#include "platform/linux/atomic_file.h"
+
+#include <cstdlib>
+#include <unistd.h>
 #include <utility>
 
 namespace cvl {
 
-XdgAutostart::XdgAutostart(QString configHome)
+XdgAutostart::XdgAutostart(std::string configHome)
     : configHome_(std::move(configHome)) {}
 
-QString XdgAutostart::entryPath() const {
-    return configHome_ + QStringLiteral("/autostart/chronvale-server.desktop");
+std::string XdgAutostart::entryPath() const {
+    return configHome_ + "/autostart/chronvale-server.desktop";
 }
 
 bool XdgAutostart::exists() const {
-    return QFile::exists(entryPath());
+    return ::access(entryPath().c_str(), F_OK) == 0;
 }
 
-bool XdgAutostart::write(const QString& command) {
-    if (!QDir().mkpath(configHome_ + QStringLiteral("/autostart"))) {
-        return false;
-    }
-    QSaveFile file(entryPath());
-    if (!file.open(QIODevice::WriteOnly)) {
-        return false;
-    }
-    const QString entry = QStringLiteral("[Desktop Entry]\n"
-                                         "Type=Application\n"
-                                         "Name=Chronvale Server\n"
-                                         "Comment=Network time server\n"
-                                         "Exec=%1\n"
+bool XdgAutostart::write(const std::string& command) {
+    const std::string path = entryPath();
+    makeParentFolders(path);
+    return writeFileAtomically(path, "[Desktop Entry]\n"
+                                     "Type=Application\n"
+                                     "Name=Chronvale Server\n"
+                                     "Comment=Network time server\n"
+                                     "Exec=" +
+                                         command +
+                                         "\n"
                                          "Icon=chronvale-server\n"
                                          "Terminal=false\n"
-                                         "X-GNOME-Autostart-enabled=true\n")
-                              .arg(command);
-    file.write(entry.toUtf8());
-    return file.commit();
+                                         "X-GNOME-Autostart-enabled=true\n");
 }
 
 bool XdgAutostart::remove() {
-    return QFile::remove(entryPath());
+    return ::unlink(entryPath().c_str()) == 0;
 }
 
-QString xdgConfigHome() {
-    const QString fromEnvironment = qEnvironmentVariable("XDG_CONFIG_HOME");
-    if (!fromEnvironment.isEmpty()) {
+std::string xdgConfigHome() {
+    const char* fromEnvironment = std::getenv("XDG_CONFIG_HOME");
+    // The specification has relative paths ignored.
+    if (fromEnvironment != nullptr && *fromEnvironment == '/') {
         return fromEnvironment;
     }
-    return QDir::homePath() + QStringLiteral("/.config");
+    const char* home = std::getenv("HOME");
+    return std::string(home != nullptr ? home : "") + "/.config";
 }
 
 } // namespace cvl

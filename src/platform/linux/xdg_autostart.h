@@ -8,19 +8,19 @@ namespace cvl {
 class XdgAutostart final : public Autostart {
 public:
     // configHome: the XDG config folder; the entry lives in its autostart/ folder.
-    explicit XdgAutostart(QString configHome);
+    explicit XdgAutostart(std::string configHome);
 
     [[nodiscard]] bool exists() const override;
-    bool write(const QString& command) override;
+    bool write(const std::string& command) override;
     bool remove() override;
 
-    [[nodiscard]] QString entryPath() const;
+    [[nodiscard]] std::string entryPath() const;
 
 private:
-    QString configHome_;
+    std::string configHome_;
 };
 
-// $XDG_CONFIG_HOME, or ~/.config.
-[[nodiscard]] QString xdgConfigHome();
+// $XDG_CONFIG_HOME when it is an absolute path, or ~/.config.
+[[nodiscard]] std::string xdgConfigHome();
 
 } // namespace cvl
