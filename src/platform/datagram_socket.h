@@ -21,7 +21,8 @@ struct Datagram {
     // Its length as sent, however much was kept.
     std::size_t size = 0;
     PeerAddress sender;
-    std::string senderText;
+    // Valid while the datagram is handled: the socket keeps the text of its last sender.
+    std::string_view senderText;
 };
 
 class DatagramSocket final {

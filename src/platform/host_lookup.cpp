@@ -13,8 +13,7 @@ struct HostLookup::Shared {
 };
 
 HostLookup::HostLookup(EventLoop& loop)
-    : loop_(loop)
-    , shared_(std::make_shared<Shared>()) {
+    : shared_(std::make_shared<Shared>()) {
     shared_->loop = &loop;
 }
 
@@ -25,7 +24,6 @@ HostLookup::~HostLookup() {
 
 void HostLookup::cancel() {
     ++generation_;
-    running_ = false;
     answer_ = nullptr;
 }
 
@@ -35,7 +33,6 @@ void HostLookup::start(const std::string& host, std::uint16_t port, Answer answe
         answer({*literal});
         return;
     }
-    running_ = true;
     answer_ = std::move(answer);
     const std::uint64_t generation = generation_;
     // Runs on the loop: this lookup's answer, unless a newer one or cancel() came since.
@@ -43,7 +40,6 @@ void HostLookup::start(const std::string& host, std::uint16_t port, Answer answe
         if (generation != generation_) {
             return;
         }
-        running_ = false;
         const Answer answer = std::exchange(answer_, nullptr);
         answer(addresses);
     };

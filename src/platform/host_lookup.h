@@ -31,7 +31,7 @@ public:
     // later on the loop for a name.
     void start(const std::string& host, std::uint16_t port, Answer answer);
     void cancel();
-    [[nodiscard]] bool isRunning() const { return running_; }
+    [[nodiscard]] bool isRunning() const { return answer_ != nullptr; }
 
 private:
     struct Shared;
@@ -40,10 +40,8 @@ private:
     static void post(const std::shared_ptr<Shared>& shared, Deliver deliver,
                      std::vector<PeerAddress> addresses);
 
-    EventLoop& loop_;
     std::shared_ptr<Shared> shared_;
     std::uint64_t generation_ = 0;
-    bool running_ = false;
     Answer answer_;
 };
 

@@ -232,18 +232,18 @@ void EpollEventLoop::armTimerFd() {
         }
         deadlines_.erase(deadlines_.begin());
     }
-    itimerspec spec{};
+    itimerspec arming{};
     if (!deadlines_.empty()) {
         const auto sinceEpoch = deadlines_.begin()->first.time_since_epoch();
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(sinceEpoch);
-        spec.it_value.tv_sec = seconds.count();
-        spec.it_value.tv_nsec =
+        arming.it_value.tv_sec = seconds.count();
+        arming.it_value.tv_nsec =
             std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch - seconds).count();
-        if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0) {
-            spec.it_value.tv_nsec = 1; // zero would disarm it
+        if (arming.it_value.tv_sec == 0 && arming.it_value.tv_nsec == 0) {
+            arming.it_value.tv_nsec = 1; // zero would disarm it
         }
     }
-    ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &spec, nullptr);
+    ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &arming, nullptr);
 }
 
 } // namespace cvl

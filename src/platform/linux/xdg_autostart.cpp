@@ -40,7 +40,7 @@ bool XdgAutostart::remove() {
 
 std::string xdgConfigHome() {
     const char* fromEnvironment = std::getenv("XDG_CONFIG_HOME");
-    // The specification has relative paths ignored.
+    // A relative path there does not count: the XDG rules ignore it.
     if (fromEnvironment != nullptr && *fromEnvironment == '/') {
         return fromEnvironment;
     }
