@@ -4,18 +4,24 @@
 # standard port and nothing else on this machine is touched. Each server is pinned to core 0,
 # the load to core 1; rounds alternate between the servers so drift hits all alike.
 #
-#   bench/compare.sh [SECONDS_PER_RUN] [ROUNDS]      (default 5 s, 3 rounds; run as root)
+#   bench/compare.sh [SECONDS_PER_RUN] [ROUNDS] [log-off]   (default 5 s, 3 rounds; as root)
 #
-# Needs: a build in build/ (cmake --build build), iproute2, util-linux (taskset); chronyd and
+# With "log-off" the server keeps its request log switched off in memory (a switch for the
+# benchmarks only), so that the price of writing a record per request shows by comparison.
+#
+# Needs: a build in build/ (cmake --build build; CHRONVALE_BUILD_DIR names another), iproute2, util-linux (taskset); chronyd and
 # inetd are compared when installed. Never sets the clock: the server runs with
 # --no-set-clock and CHRONVALE_NO_SET_CLOCK=1, chronyd with -x.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-5}
 rounds=${2:-3}
+log_mode=${3:-log-on}
+[[ $log_mode == log-on || $log_mode == log-off ]] || { echo "third argument: log-off" >&2; exit 2; }
 root=$PWD
-loadgen=$root/build/bench/loadgen
-server=$root/build/src/app/chronvale-server
+build=${CHRONVALE_BUILD_DIR:-$root/build}
+loadgen=$build/bench/loadgen
+server=$build/src/app/chronvale-server
 [[ -x $loadgen && -x $server ]] || { echo "build first: cmake --build build" >&2; exit 2; }
 
 work=$(mktemp -d)
@@ -59,7 +65,8 @@ CVL3777=NO:YES:NO:3777
 CONF
 inns taskset -c 1 "$loadgen" --respond 1999 & pids+=($!)
 responder=$(pid_of loadgen "--respond 1999")
-inns env CHRONVALE_NO_SET_CLOCK=1 XDG_CONFIG_HOME="$work/xdg" taskset -c 0 "$server" --headless \
+inns env CHRONVALE_NO_SET_CLOCK=1 XDG_CONFIG_HOME="$work/xdg" \
+  CHRONVALE_BENCH_LOG_OFF=$([[ $log_mode == log-off ]] && echo 1 || echo 0) taskset -c 0 "$server" --headless \
   --no-set-clock --settings "$work/settings.conf" --data-dir "$work/data" --reference-port 1999 \
   2> "$work/server.err" & pids+=($!)
 cvl=$(pid_of chronvale-serv "$work/settings.conf")
@@ -151,7 +158,7 @@ ratio() { # ours theirs field
   awk -v x="$3" -v y="$4" 'BEGIN{ if (y > 0) printf "%.2f", x/y; else print "-" }'
 }
 echo
-echo "Loopback, ${seconds} s a run, ${rounds} rounds; server on core 0, load on core 1; $(date -u +%Y-%m-%d), $(nproc) cores, $(uname -r)"
+echo "Loopback, ${seconds} s a run, ${rounds} rounds, request log ${log_mode#log-}; server on core 0, load on core 1; $(date -u +%Y-%m-%d), $(nproc) cores, $(uname -r)"
 echo
 echo "| run                | replies/s | loss % | p50 µs  | p99 µs  | CPU µs/reply |"
 echo "|--------------------|-----------|--------|---------|---------|--------------|"

@@ -1,59 +1,71 @@
 #include "app/command_line.h"
 
+#include <charconv>
+
 namespace cvl {
 
 namespace {
 
-std::optional<quint16> portValue(const QString& text) {
-    bool ok = false;
-    const uint value = text.toUInt(&ok);
-    if (!ok || value > 65535) {
+// A port number, 0 included; blanks around it are allowed.
+std::optional<std::uint16_t> portValue(std::string_view text) {
+    while (!text.empty() && text.front() == ' ') {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && text.back() == ' ') {
+        text.remove_suffix(1);
+    }
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+    }
+    std::uint16_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
         return std::nullopt;
     }
-    return static_cast<quint16>(value);
+    return value;
 }
 
 } // namespace
 
-QString usageText() {
-    return QStringLiteral(
-        "Usage: chronvale-server [-rs] [options]\n"
-        "\n"
-        "A network time server: Daytime, Time, NTP/SNTP and Unix time over TCP and UDP.\n"
-        "\n"
-        "  -rs                          as the first word: start hidden, tray icon only\n"
-        "  --headless                   no window, no tray icon (also when there is no display)\n"
-        "  --data-dir DIR               program folder: server file, Logs/, the updater\n"
-        "  --settings FILE              the settings file\n"
-        "  --reference-port N           UDP port asked on reference servers (default 123)\n"
-        "  --update-server HOST[:PORT]  the update server (default port 80)\n"
-        "  --no-set-clock               never change the system clock (also\n"
-        "                               CHRONVALE_NO_SET_CLOCK=1)\n"
-        "  --strict-sync                take answers to the server's own query only from the\n"
-        "                               server asked (also StrictSync=YES in the settings)\n"
-        "  --version                    print the version and exit\n"
-        "  --help                       print this text and exit\n");
+const char* usageText() {
+    return "Usage: chronvale-server [-rs] [options]\n"
+           "\n"
+           "A network time server: Daytime, Time, NTP/SNTP and Unix time over TCP and UDP.\n"
+           "\n"
+           "  -rs                          as the first word: start hidden, tray icon only\n"
+           "  --headless                   no window, no tray icon (also when there is no "
+           "display)\n"
+           "  --data-dir DIR               program folder: server file, Logs/, the updater\n"
+           "  --settings FILE              the settings file\n"
+           "  --reference-port N           UDP port asked on reference servers (default 123)\n"
+           "  --update-server HOST[:PORT]  the update server (default port 80)\n"
+           "  --no-set-clock               never change the system clock (also\n"
+           "                               CHRONVALE_NO_SET_CLOCK=1)\n"
+           "  --strict-sync                take answers to the server's own query only from the\n"
+           "                               server asked (also StrictSync=YES in the settings)\n"
+           "  --version                    print the version and exit\n"
+           "  --help                       print this text and exit\n";
 }
 
-CommandLineResult parseCommandLine(const QStringList& arguments) {
+CommandLineResult parseCommandLine(const std::vector<std::string>& arguments) {
     CommandLine line;
-    line.words = arguments.mid(1);
+    line.words.assign(arguments.begin() + (arguments.empty() ? 0 : 1), arguments.end());
     // The hidden start is recognised on the exact first word only ("-RS" or "/rs" are not it).
-    line.startHidden = !line.words.isEmpty() && line.words.first() == QLatin1String("-rs");
+    line.startHidden = !line.words.empty() && line.words.front() == "-rs";
 
-    for (qsizetype i = line.startHidden ? 1 : 0; i < line.words.size(); ++i) {
-        QString word = line.words[i];
-        QString value;
+    for (std::size_t i = line.startHidden ? 1 : 0; i < line.words.size(); ++i) {
+        std::string word = line.words[i];
+        std::string value;
         bool hasInlineValue = false;
-        if (word.startsWith(QLatin1String("--"))) {
-            const qsizetype equals = word.indexOf(QLatin1Char('='));
-            if (equals > 0) {
-                value = word.mid(equals + 1);
-                word = word.left(equals);
+        if (word.starts_with("--")) {
+            const std::size_t equals = word.find('=');
+            if (equals != std::string::npos && equals > 0) {
+                value = word.substr(equals + 1);
+                word.resize(equals);
                 hasInlineValue = true;
             }
         }
-        const auto takeValue = [&](QString& out) -> bool {
+        const auto takeValue = [&](std::string& out) -> bool {
             if (hasInlineValue) {
                 out = value;
                 return true;
@@ -65,62 +77,58 @@ CommandLineResult parseCommandLine(const QStringList& arguments) {
             return true;
         };
         const auto missing = [&word] {
-            return CommandLineResult{std::nullopt,
-                                     QStringLiteral("option %1 needs a value").arg(word)};
+            return CommandLineResult{std::nullopt, "option " + word + " needs a value"};
         };
 
-        if (word == QLatin1String("-rs")) {
+        if (word == ("-rs")) {
             // Only meaningful as the first word; elsewhere it is just a word.
-        } else if (word == QLatin1String("--headless")) {
+        } else if (word == ("--headless")) {
             line.headless = true;
-        } else if (word == QLatin1String("--no-set-clock")) {
+        } else if (word == ("--no-set-clock")) {
             line.noSetClock = true;
-        } else if (word == QLatin1String("--strict-sync")) {
+        } else if (word == ("--strict-sync")) {
             line.strictSync = true;
-        } else if (word == QLatin1String("--help") || word == QLatin1String("-h")) {
+        } else if (word == ("--help") || word == ("-h")) {
             line.showHelp = true;
-        } else if (word == QLatin1String("--version")) {
+        } else if (word == ("--version")) {
             line.showVersion = true;
-        } else if (word == QLatin1String("--data-dir")) {
-            if (!takeValue(line.dataDir) || line.dataDir.isEmpty()) {
+        } else if (word == ("--data-dir")) {
+            if (!takeValue(line.dataDir) || line.dataDir.empty()) {
                 return missing();
             }
-        } else if (word == QLatin1String("--settings")) {
-            if (!takeValue(line.settingsFile) || line.settingsFile.isEmpty()) {
+        } else if (word == ("--settings")) {
+            if (!takeValue(line.settingsFile) || line.settingsFile.empty()) {
                 return missing();
             }
-        } else if (word == QLatin1String("--reference-port")) {
-            QString text;
+        } else if (word == ("--reference-port")) {
+            std::string text;
             if (!takeValue(text)) {
                 return missing();
             }
-            const std::optional<quint16> port = portValue(text);
+            const std::optional<std::uint16_t> port = portValue(text);
             if (!port || *port == 0) {
-                return {std::nullopt,
-                        QStringLiteral("--reference-port: not a port number: %1").arg(text)};
+                return {std::nullopt, "--reference-port: not a port number: " + text};
             }
             line.referencePort = *port;
-        } else if (word == QLatin1String("--update-server")) {
-            QString text;
-            if (!takeValue(text) || text.isEmpty()) {
+        } else if (word == ("--update-server")) {
+            std::string text;
+            if (!takeValue(text) || text.empty()) {
                 return missing();
             }
-            const qsizetype colon = text.lastIndexOf(QLatin1Char(':'));
-            line.updateHost = colon < 0 ? text : text.left(colon);
-            if (colon >= 0) {
-                const std::optional<quint16> port = portValue(text.mid(colon + 1));
-                if (!port || *port == 0 || line.updateHost.isEmpty()) {
-                    return {
-                        std::nullopt,
-                        QStringLiteral("--update-server: expected HOST[:PORT], got %1").arg(text)};
+            const std::size_t colon = text.rfind(':');
+            line.updateHost = text.substr(0, colon);
+            if (colon != std::string::npos) {
+                const std::optional<std::uint16_t> port = portValue(text.substr(colon + 1));
+                if (!port || *port == 0 || line.updateHost.empty()) {
+                    return {std::nullopt, "--update-server: expected HOST[:PORT], got " + text};
                 }
                 line.updatePort = *port;
             }
-        } else if (word.startsWith(QLatin1String("--"))) {
+        } else if (word.starts_with("--")) {
             // A long option is meant as one: a misspelt one must not go unnoticed.
-            return {std::nullopt, QStringLiteral("unknown option: %1").arg(line.words[i])};
+            return {std::nullopt, "unknown option: " + line.words[i]};
         } else {
-            line.ignored << line.words[i];
+            line.ignored.push_back(line.words[i]);
         }
     }
     return {line, {}};

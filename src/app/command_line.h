@@ -2,9 +2,10 @@
 // kept apart from main() so that it can be tested without starting anything.
 #pragma once
 
-#include <QString>
-#include <QStringList>
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace cvl {
 
@@ -14,24 +15,25 @@ struct CommandLine {
     bool noSetClock = false;
     bool showHelp = false;
     bool showVersion = false;
-    QString dataDir;
-    QString settingsFile;
-    quint16 referencePort = 123;
-    QString updateHost;
-    quint16 updatePort = 80;
+    std::string dataDir;
+    std::string settingsFile;
+    std::uint16_t referencePort = 123;
+    std::string updateHost;
+    std::uint16_t updatePort = 80;
     bool strictSync = false;
-    QStringList words; // every word after the program name, as given
+    std::vector<std::string> words; // every word after the program name, as given
     // Words that are none of our options ("-RS", "/rs", a stray word): the program starts
     // all the same, and says it ignored them.
-    QStringList ignored;
+    std::vector<std::string> ignored;
 };
 
 struct CommandLineResult {
     std::optional<CommandLine> line;
-    QString error; // set when line is empty
+    std::string error; // set when line is empty
 };
 
-[[nodiscard]] CommandLineResult parseCommandLine(const QStringList& arguments);
-[[nodiscard]] QString usageText();
+// `arguments` starts with the program's name.
+[[nodiscard]] CommandLineResult parseCommandLine(const std::vector<std::string>& arguments);
+[[nodiscard]] const char* usageText();
 
 } // namespace cvl

@@ -3,44 +3,47 @@
 #include "core/cvl_server.h"
 #include "sync/clock_adjustment.h"
 #include "sync/time_query.h"
+#include "text/utf8.h"
 
 #include <utility>
 
 namespace cvl {
 
-HeadlessStatus::HeadlessStatus(CVL_Server& server, std::function<void(const QString&)> write)
-    : QObject(&server)
+HeadlessStatus::HeadlessStatus(CVL_Server& server, std::function<void(const std::string&)> write)
+    : server_(server)
     , write_(std::move(write)) {
-    connect(&server, &CVL_Server::tipTextChanged, this, [this, &server](const QString& tip) {
-        // The 64-character field can cut the synchronisation result short; a line has room
-        // for all of it.
-        const QString line = tipLine(tip);
-        // While no query can leave, a server is tried every second: the line about that
-        // stands for all of them.
-        if (server.queriesFailing() && line.startsWith(QLatin1String("Checking Time Server"))) {
-            return;
-        }
-        const QString result = QString::fromStdString(server.timeQuery().SyncMessage());
-        show(lastTip_, !line.isEmpty() && result.startsWith(line) ? result : line);
-    });
-    connect(&server, &CVL_Server::statusTextChanged, this,
-            [this](const QString& text) { show(lastStatus_, text); });
-    connect(&server, &CVL_Server::unansweredChanged, this,
-            [this](const QString& text) { show(lastUnanswered_, text); });
+    server_.addObserver(*this);
 }
 
-QString HeadlessStatus::tipLine(const QString& tipField) {
-    return QString::fromStdString(std::string(visibleTip(tipField.toStdString()))).trimmed();
+HeadlessStatus::~HeadlessStatus() {
+    server_.removeObserver(*this);
 }
 
-void HeadlessStatus::show(QString& last, const QString& text) {
+void HeadlessStatus::tipTextChanged(const std::string& visibleTip) {
+    // The 64-character field can cut the synchronisation result short; a line has room for
+    // all of it.
+    const std::string line = tipLine(visibleTip);
+    // While no query can leave, a server is tried every second: the line about that stands
+    // for all of them.
+    if (server_.queriesFailing() && line.starts_with("Checking Time Server")) {
+        return;
+    }
+    const std::string& result = server_.timeQuery().SyncMessage();
+    show(lastTip_, !line.empty() && result.starts_with(line) ? result : line);
+}
+
+std::string HeadlessStatus::tipLine(std::string_view tipField) {
+    return std::string(utf8::trimmed(visibleTip(tipField)));
+}
+
+void HeadlessStatus::show(std::string& last, const std::string& text) {
     // An empty text only takes the old one back; it is not worth a line of its own, but the
     // same text coming again afterwards is news.
     if (text == last) {
         return;
     }
     last = text;
-    if (!text.isEmpty()) {
+    if (!text.empty()) {
         write_(text);
     }
 }

@@ -3,30 +3,38 @@
 // written only when its text changes, so a reference that never answers says so once.
 #pragma once
 
-#include <QObject>
-#include <QString>
+#include "core/server_observer.h"
+
 #include <functional>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
 class CVL_Server;
 
-class HeadlessStatus final : public QObject {
-    Q_OBJECT
+class HeadlessStatus final : private ServerObserver {
 public:
     // `write` takes one line without its line end.
-    HeadlessStatus(CVL_Server& server, std::function<void(const QString&)> write);
+    HeadlessStatus(CVL_Server& server, std::function<void(const std::string&)> write);
+    ~HeadlessStatus() override;
+    HeadlessStatus(const HeadlessStatus&) = delete;
+    HeadlessStatus& operator=(const HeadlessStatus&) = delete;
 
     // The tip field as a line: the blanks around it and the NUL that ends it dropped.
-    [[nodiscard]] static QString tipLine(const QString& tipField);
+    [[nodiscard]] static std::string tipLine(std::string_view tipField);
 
 private:
-    void show(QString& last, const QString& text);
+    void tipTextChanged(const std::string& visibleTip) override;
+    void statusTextChanged(const std::string& text) override { show(lastStatus_, text); }
+    void unansweredChanged(const std::string& text) override { show(lastUnanswered_, text); }
+    void show(std::string& last, const std::string& text);
 
-    std::function<void(const QString&)> write_;
-    QString lastTip_;
-    QString lastStatus_;
-    QString lastUnanswered_;
+    CVL_Server& server_;
+    std::function<void(const std::string&)> write_;
+    std::string lastTip_;
+    std::string lastStatus_;
+    std::string lastUnanswered_;
 };
 
 } // namespace cvl

@@ -1,32 +1,46 @@
-// chronvale-server: the daemon, which links no widgets at all. Where there is a display and
+// chronvale-server: the daemon, which links no toolkit at all. Where there is a display and
 // --headless is not given, it becomes the desktop program installed beside it, which shows
 // the window and tray icon over the same server.
 #include "app/headless_status.h"
 #include "app/run_server.h"
 #include "core/cvl_server.h"
+#include "platform/event_loop.h"
 #include "platform/stderr_prompter.h"
 
-#include <QCoreApplication>
-#include <QFileInfo>
+#include <clocale>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
 #include <unistd.h>
 
 namespace {
 
+bool environmentHas(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr && *value != '\0';
+}
+
 bool displayAvailable() {
-    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
-           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    return environmentHas("DISPLAY") || environmentHas("WAYLAND_DISPLAY") ||
+           environmentHas("QT_QPA_PLATFORM");
+}
+
+// This program's folder, as it was started.
+std::filesystem::path ownFolder(const char* argv0) {
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::absolute(argv0, error);
+    return error ? std::filesystem::path() : self.parent_path();
 }
 
 // The desktop program: beside this one in a build tree, in libexec when installed.
-QByteArray desktopProgram(const char* argv0) {
-    const QString self = QFileInfo(QString::fromLocal8Bit(argv0)).absolutePath();
-    for (const QString& candidate :
-         {self + QStringLiteral("/chronvale-server-desktop"),
-          self + QStringLiteral("/../" CHRONVALE_LIBEXEC_DIR "/chronvale-server-desktop")}) {
-        if (QFileInfo(candidate).isExecutable()) {
-            return QFile::encodeName(candidate);
+std::string desktopProgram(const char* argv0) {
+    const std::filesystem::path self = ownFolder(argv0);
+    for (const std::filesystem::path& candidate :
+         {self / "chronvale-server-desktop",
+          self / ".." / CHRONVALE_LIBEXEC_DIR / "chronvale-server-desktop"}) {
+        if (::access(candidate.c_str(), X_OK) == 0) {
+            return candidate.lexically_normal().string();
         }
     }
     return {};
@@ -37,39 +51,43 @@ class HeadlessFrontEnd final : public cvl::FrontEnd {
 public:
     cvl::Prompter& prompter() override { return prompter_; }
     void build(cvl::CVL_Server& server) override {
-        new cvl::HeadlessStatus(
-            server, [](const QString& line) { cvl::writeStderrLine(line.toStdString()); });
+        status_ = std::make_unique<cvl::HeadlessStatus>(
+            server, [](const std::string& line) { cvl::writeStderrLine(line); });
     }
     void startUp(bool) override {}
-    void release() override {}
+    int run(cvl::EventLoop& loop) override {
+        loop.run();
+        return 0;
+    }
+    void quit(cvl::EventLoop& loop) override { loop.quit(); }
+    void release() override { status_.reset(); }
 
 private:
     cvl::StderrPrompter prompter_;
+    std::unique_ptr<cvl::HeadlessStatus> status_;
 };
 
 } // namespace
 
 int main(int argc, char* argv[]) {
+    // The system's language for the day and month names of Daytime, as the desktop has it.
+    std::setlocale(LC_ALL, "");
     const cvl::CommandLineResult parsed = cvl::parseCommandLine(cvl::argumentList(argc, argv));
     if (const std::optional<int> status = cvl::handleInformationalOptions(parsed)) {
         return *status;
     }
     if (!parsed.line->headless && displayAvailable()) {
-        const QByteArray desktop = desktopProgram(argv[0]);
-        if (!desktop.isEmpty()) {
+        const std::string desktop = desktopProgram(argv[0]);
+        if (!desktop.empty()) {
             // The start-with-the-system entry must name this program, not the one it becomes.
-            qputenv(
-                "CHRONVALE_SERVER_PROGRAM",
-                QFile::encodeName(QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath()));
-            ::execv(desktop.constData(), argv);
+            std::error_code error;
+            const std::filesystem::path self = std::filesystem::absolute(argv[0], error);
+            ::setenv("CHRONVALE_SERVER_PROGRAM", self.lexically_normal().c_str(), 1);
+            ::execv(desktop.c_str(), argv);
         }
         std::fputs("chronvale-server: the desktop program is not installed; running headless\n",
                    stderr);
     }
-    // Qt's own event dispatcher: lighter per event than the GLib one, which only a desktop
-    // integration needs.
-    qputenv("QT_NO_GLIB", "1");
-    QCoreApplication app(argc, argv);
     HeadlessFrontEnd frontEnd;
     return cvl::runServer(*parsed.line, frontEnd);
 }

@@ -1,80 +1,51 @@
 #include "app/run_server.h"
 
-#include "app/program_folder.h"
 #include "core/cvl_server.h"
-#include "platform/linux/epoll_event_loop.h"
-#include "platform/linux/ini_settings_store.h"
-#include "platform/linux/process_signals.h"
-#include "platform/linux/system_clock.h"
-#include "platform/linux/system_host_info.h"
-#include "platform/linux/system_launcher.h"
-#include "platform/linux/system_time_zone.h"
-#include "platform/linux/xdg_autostart.h"
 #include "platform/single_instance.h"
-#include "ui/qt/event_loop_notifier.h"
+#include "platform/system_platform.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
-#include <QStandardPaths>
 #include <cstdio>
-#include <unistd.h>
+#include <cstdlib>
+#include <string_view>
 
 namespace cvl {
 
-namespace {
-
-// A desktop-entry Exec line: arguments with blanks are quoted.
-QString execLine(const QStringList& words) {
-    QStringList quoted;
-    for (const QString& word : words) {
-        quoted << (word.contains(QLatin1Char(' ')) ? QLatin1Char('"') + word + QLatin1Char('"')
-                                                   : word);
-    }
-    return quoted.join(QLatin1Char(' '));
-}
-
-} // namespace
-
-QStringList argumentList(int argc, char* argv[]) {
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i) {
-        arguments << QString::fromLocal8Bit(argv[i]);
-    }
-    return arguments;
+std::vector<std::string> argumentList(int argc, char* argv[]) {
+    return {argv, argv + argc};
 }
 
 std::optional<int> handleInformationalOptions(const CommandLineResult& parsed) {
     if (!parsed.line) {
         std::fprintf(stderr, "chronvale-server: %s\nTry 'chronvale-server --help'.\n",
-                     parsed.error.toLocal8Bit().constData());
+                     parsed.error.c_str());
         return 2;
     }
     if (parsed.line->showHelp) {
-        std::fputs(usageText().toLocal8Bit().constData(), stdout);
+        std::fputs(usageText(), stdout);
         return 0;
     }
-    if (!parsed.line->ignored.isEmpty()) {
+    if (!parsed.line->ignored.empty()) {
+        std::string words;
+        for (const std::string& word : parsed.line->ignored) {
+            words += (words.empty() ? "" : " ") + word;
+        }
         std::fprintf(stderr, "chronvale-server: ignoring what is not an option: %s\n",
-                     parsed.line->ignored.join(QLatin1Char(' ')).toLocal8Bit().constData());
+                     words.c_str());
     }
     if (parsed.line->showVersion) {
-        std::printf("chronvale-server %s\n", CVL_Server::AppVersion().toLatin1().constData());
+        std::printf("chronvale-server %s\n", CVL_Server::AppVersion().c_str());
         return 0;
     }
     return std::nullopt;
 }
 
 int runServer(const CommandLine& line, FrontEnd& frontEnd) {
-    QCoreApplication::setApplicationName(QStringLiteral("chronvale-server"));
-    QCoreApplication::setApplicationVersion(CVL_Server::AppVersion());
-
-    EpollEventLoop loop;
-    if (!loop.isValid()) {
-        std::fputs("chronvale-server: no event loop (out of descriptors?)\n", stderr);
+    const std::unique_ptr<SystemPlatform> system =
+        SystemPlatform::open({!line.noSetClock, line.settingsFile, line.dataDir});
+    if (!system) {
         return 1;
     }
-    const EventLoopNotifier loopInQt(loop);
+    EventLoop& loop = system->loop();
 
     // Before anything is read or opened: a second copy leaves no trace.
     SingleInstance instance(loop);
@@ -87,56 +58,26 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
     }
     instance.setShowHandler([&frontEnd] { return frontEnd.showWindow(); });
 
-    const QString settingsPath =
-        QFileInfo(line.settingsFile.isEmpty() ? QString::fromStdString(defaultSettingsPath())
-                                              : line.settingsFile)
-            .absoluteFilePath();
-    // The desktop program runs from libexec; the daemon that handed over tells where it is.
-    const QString handedOver = qEnvironmentVariable("CHRONVALE_SERVER_PROGRAM");
-    const QString program =
-        handedOver.isEmpty() ? QCoreApplication::applicationFilePath() : handedOver;
-    const QString executableFolder = QFileInfo(program).absolutePath();
-    const QString programFolder =
-        QDir(line.dataDir.isEmpty() ? defaultProgramFolder(executableFolder, geteuid() == 0,
-                                                           QStandardPaths::writableLocation(
-                                                               QStandardPaths::GenericDataLocation))
-                                    : line.dataDir)
-            .absolutePath();
-    QDir().mkpath(programFolder);
-    // Before the server starts, so that it reads the list instead of asking the update server.
-    provideServerFile(programFolder, installedServerFile(executableFolder));
-    QStringList command{program};
-    if (!line.dataDir.isEmpty()) {
-        command << QStringLiteral("--data-dir") << programFolder;
-    }
-    if (!line.settingsFile.isEmpty()) {
-        command << QStringLiteral("--settings") << settingsPath;
-    }
-
-    SystemClock clock(!line.noSetClock);
-    SystemTimeZone timeZone;
-    IniSettingsStore settings(settingsPath.toStdString());
-    XdgAutostart autostart(xdgConfigHome());
-    SystemHostInfo host(programFolder.toStdString(), execLine(command).toStdString());
-    SystemLauncher launcher;
-    const Platform platform{
-        loop, clock, timeZone, settings, autostart, host, frontEnd.prompter(), launcher};
-
     ServerOptions options;
     options.referencePort = line.referencePort;
     options.strictSync = line.strictSync;
-    if (!line.updateHost.isEmpty()) {
+    if (!line.updateHost.empty()) {
         options.updateHost = line.updateHost;
         options.updatePort = line.updatePort;
     }
-    CVL_Server server(platform, options);
-
-    const ProcessSignals processSignals(
-        loop, [](int) { QCoreApplication::quit(); }, [&server] { server.requestSync(); });
+    CVL_Server server(system->platform(frontEnd.prompter()), options);
+    system->onRequests([&frontEnd, &loop] { frontEnd.quit(loop); },
+                       [&server] { server.requestSync(); });
 
     frontEnd.build(server);
     server.start([&] { frontEnd.startUp(line.startHidden); });
-    const int status = QCoreApplication::exec();
+    // For the benchmarks only, so that the price of the log's open, append and close per
+    // record stays visible by comparison.
+    if (const char* logOff = std::getenv("CHRONVALE_BENCH_LOG_OFF");
+        logOff != nullptr && std::string_view(logOff) == "1") {
+        server.setEnableLogging(false);
+    }
+    const int status = frontEnd.run(loop);
     server.shutdown();
     frontEnd.release();
     return status;

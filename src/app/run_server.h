@@ -1,15 +1,19 @@
 // The server's life from settings to shutdown, shared by the daemon and the desktop program:
-// one running copy per machine, the platform adapters, the controller, a front end
-// (standard error, or windows), SIGINT/SIGTERM, the event loop, and the orderly stop.
+// one running copy per machine, the platform services, the controller, a front end (standard
+// error, or windows), the system's stop requests, the event loop, and the orderly stop.
 #pragma once
 
 #include "app/command_line.h"
 #include "core/front_end.h"
 
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace cvl {
 
-// Runs the server until it is told to stop; the exit status. The application object (a
-// QCoreApplication or a QApplication) must exist already.
+// Runs the server until it is told to stop; the exit status. A toolkit the front end needs
+// must be set up already.
 int runServer(const CommandLine& line, FrontEnd& frontEnd);
 
 // Answers --help and --version, or reports a command-line error; nullopt when the server
@@ -17,6 +21,6 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd);
 [[nodiscard]] std::optional<int> handleInformationalOptions(const CommandLineResult& parsed);
 
 // The command line as main() received it.
-[[nodiscard]] QStringList argumentList(int argc, char* argv[]);
+[[nodiscard]] std::vector<std::string> argumentList(int argc, char* argv[]);
 
 } // namespace cvl

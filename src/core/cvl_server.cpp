@@ -9,16 +9,16 @@
 #include "services/time_service.h"
 #include "services/unix_time_service.h"
 #include "sync/time_query.h"
+#include "text/utf8.h"
 
-#include <QRandomGenerator>
 #include <algorithm>
+#include <random>
 #include <utility>
 
 namespace cvl {
 
-CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject* parent)
-    : QObject(parent)
-    , platform_(platform)
+CVL_Server::CVL_Server(const Platform& platform, ServerOptions options)
+    : platform_(platform)
     , options_(std::move(options))
     , registry_(platform.settings)
     , timeBase_(platform.clock, platform.timeZone)
@@ -28,12 +28,15 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
     , unixTimeService_(std::make_unique<UnixTimeService>(*this))
     , ntpService_(std::make_unique<NtpService>(*this))
     , timeQuery_(std::make_unique<TimeQuery>(platform.loop, platform.clock, timeBase_))
-    , updateCheck_(new UpdateCheck(platform.loop, *this, platform.prompter, platform.launcher,
-                                   QString::fromStdString(platform.host.programFolder()),
-                                   options_.updateHost, options_.updatePort, AppVersion(), this))
+    , updateCheck_(std::make_unique<UpdateCheck>(
+          platform.loop, *this, platform.prompter, platform.launcher,
+          UpdatePaths{serverFilePath(), platform.host.updaterProgram()}, options_.updateHost,
+          options_.updatePort, AppVersion()))
     , syncTimer_(platform.loop, [this] { syncTick(); })
     , unansweredTimer_(platform.loop, [this] { queryUnanswered(); })
-    , random_([] { return QRandomGenerator::global()->generateDouble(); })
+    , random_([engine = std::mt19937_64(std::random_device{}())]() mutable {
+        return std::uniform_real_distribution<double>(0.0, 1.0)(engine);
+    })
     , windowCaption_(fixedTitle())
     , strictSync_(options_.strictSync) {
     listeners_->onStatusText = [this](const std::string& text) {
@@ -46,7 +49,7 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
         light(lamp);
     };
     listeners_->onServiceChanged = [this](ServiceId id) {
-        emit serviceChanged(id);
+        notify([id](ServerObserver& view) { view.serviceChanged(id); });
     };
     listeners_->setProtocol(ServiceId::Time, timeService_.get());
     listeners_->setProtocol(ServiceId::Daytime, daytimeService_.get());
@@ -69,21 +72,21 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options, QObject*
         queriesFailing_ = true;
         unansweredTimer_.stop();
         // No server name in it: with one tried every second, the line would never settle.
-        setUnansweredText(
-            QStringLiteral("The reference server could not be asked (no such host, or no route "
-                           "to it); %1; another server is tried every second")
-                .arg(clientsWhileUnanswered()));
+        setUnansweredText("The reference server could not be asked (no such host, or no route "
+                          "to it); " +
+                          clientsWhileUnanswered() + "; another server is tried every second");
     };
     timeQuery_->onSent = [this] {
         queriesFailing_ = false;
     };
     timeQuery_->onSynchronised = [this] {
         unansweredTimer_.stop();
-        setUnansweredText(QString());
+        setUnansweredText({});
         setTimeSynced();
         setTipText(' ' + timeQuery_->SyncMessage() + ' ');
-        emit syncMessageChanged(QString::fromStdString(timeQuery_->SyncMessage()));
-        emit checkingChanged(false);
+        const std::string& message = timeQuery_->SyncMessage();
+        notify([&message](ServerObserver& view) { view.syncMessageChanged(message); });
+        notify([](ServerObserver& view) { view.checkingChanged(false); });
         StatusUp();
     };
 }
@@ -92,18 +95,36 @@ CVL_Server::~CVL_Server() {
     shutdown();
 }
 
-QString CVL_Server::fixedTitle() {
-    return QStringLiteral("Chronvale Server ") + AppVersion();
+void CVL_Server::addObserver(ServerObserver& observer) {
+    observers_.push_back(&observer);
 }
 
-void CVL_Server::setWindowCaption(const QString& caption) {
+void CVL_Server::removeObserver(ServerObserver& observer) {
+    std::erase(observers_, &observer);
+}
+
+// A view may come or go while it is told something, so the round goes over a copy.
+template <typename Report> void CVL_Server::notify(Report report) {
+    const std::vector<ServerObserver*> observers = observers_;
+    for (ServerObserver* observer : observers) {
+        if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) {
+            report(*observer);
+        }
+    }
+}
+
+std::string CVL_Server::fixedTitle() {
+    return "Chronvale Server " + AppVersion();
+}
+
+void CVL_Server::setWindowCaption(const std::string& caption) {
     windowCaption_ = caption;
-    emit windowCaptionChanged(caption);
+    notify([&caption](ServerObserver& view) { view.windowCaptionChanged(caption); });
 }
 
 void CVL_Server::setCheckUpdateEnabled(bool enabled) {
     checkUpdateEnabled_ = enabled;
-    emit checkUpdateEnabledChanged(enabled);
+    notify([enabled](ServerObserver& view) { view.checkUpdateEnabledChanged(enabled); });
 }
 
 void CVL_Server::checkForUpdates() {
@@ -113,7 +134,7 @@ void CVL_Server::checkForUpdates() {
 
 void CVL_Server::serverFileDownloaded() {
     serverList_ = {};
-    emit serversChanged();
+    notify([](ServerObserver& view) { view.serversChanged(); });
     ReadCVLFile();
     if (started_ && !firstSyncAsked_) {
         SyncTimeNow();
@@ -124,27 +145,26 @@ void CVL_Server::openDateTimeSettings() {
     platform_.launcher.openDateTimeSettings();
 }
 
-QString CVL_Server::AppVersion() {
-    return QStringLiteral("%1.%2.%3")
-        .arg(CHRONVALE_VERSION_MAJOR)
-        .arg(CHRONVALE_VERSION_MINOR)
-        .arg(CHRONVALE_VERSION_PATCH);
+std::string CVL_Server::AppVersion() {
+    return std::to_string(CHRONVALE_VERSION_MAJOR) + '.' + std::to_string(CHRONVALE_VERSION_MINOR) +
+           '.' + std::to_string(CHRONVALE_VERSION_PATCH);
 }
 
 void CVL_Server::start(const std::function<void()>& beforeFirstSync) {
     started_ = true;
     // A first reading of the clock, and the zone's name for the display.
     [[maybe_unused]] const auto first = timeBase_.GrabTime();
-    emit timeZoneChanged(QString::fromStdString(timeBase_.svrBIAS()));
+    const std::string zone = timeBase_.svrBIAS();
+    notify([&zone](ServerObserver& view) { view.timeZoneChanged(zone); });
 
     runAtStartup_ = platform_.autostart.exists();
     ReadCVLFile();
     syncTimer_.start();
 
     updateStamp_ = platform_.clock.localNow();
-    setTipText((fixedTitle() + QLatin1Char(' ')).toStdString());
+    setTipText(fixedTitle() + ' ');
     log_ = std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder(),
-                                        AppVersion().toStdString(), updateStamp_);
+                                        AppVersion(), updateStamp_);
     // Every start logs, whatever the saved setting says; the setting only decides what the
     // configuration dialog shows.
     log_->setEnabled(true);
@@ -192,7 +212,7 @@ void CVL_Server::ReadCVLFile() {
     updateCheck_->serverFileRead();
     serverList_ = std::move(*list);
     selectedServer_ = -1;
-    emit serversChanged();
+    notify([](ServerObserver& view) { view.serversChanged(); });
     readSettings();
     CalcIntC();
     schedule_.CalcRandR(serverList_.entries, regionCode_);
@@ -267,8 +287,8 @@ bool CVL_Server::LogEnabled() const {
     return log_ && log_->enabled();
 }
 
-QString CVL_Server::logFilePath() const {
-    return log_ ? QString::fromStdString(log_->currentFilePath()) : QString();
+std::string CVL_Server::logFilePath() const {
+    return log_ ? log_->currentFilePath() : std::string();
 }
 
 void CVL_Server::CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
@@ -350,7 +370,7 @@ void CVL_Server::selectServer(int index) {
     // position all the same.
     const std::size_t host = static_cast<std::size_t>(index) + 1;
     currentServer_ = host < serverList_.ServerHosts.size() ? serverList_.ServerHosts[host] : "";
-    emit selectedServerChanged(index);
+    notify([index](ServerObserver& view) { view.selectedServerChanged(index); });
 }
 
 void CVL_Server::GrabRandom() {
@@ -372,7 +392,7 @@ void CVL_Server::SyncTimeNow() {
     if (currentServer_.empty()) {
         currentServer_ = serverList_.ServerHosts[1];
     }
-    askedServer_ = QString::fromStdString(currentServer_).trimmed().toStdString();
+    askedServer_ = utf8::trimmed(currentServer_);
     askedAt_ = platform_.clock.localNow();
     unansweredTimer_.start();
     timeQuery_->send(listeners_->udpSocket(ServiceId::Ntp), askedServer_, options_.referencePort);
@@ -380,36 +400,36 @@ void CVL_Server::SyncTimeNow() {
         selectedServer_ >= 0 ? serverList_.entries[static_cast<std::size_t>(selectedServer_)].text
                              : "";
     setTipText(" Checking Time Server: " + selected + ' ');
-    emit checkingChanged(true);
+    notify([](ServerObserver& view) { view.checkingChanged(true); });
 }
 
 void CVL_Server::queryUnanswered() {
     if (!timeQuery_->AwaitingReply()) {
         return;
     }
-    setUnansweredText(QStringLiteral("No answer from %1 after %2 s; %3; next try in %4 s")
-                          .arg(QString::fromStdString(askedServer_))
-                          .arg(kUnansweredAfterMs / 1000)
-                          .arg(clientsWhileUnanswered())
-                          .arg(secondsToNextSync()));
+    setUnansweredText("No answer from " + askedServer_ + " after " +
+                      std::to_string(kUnansweredAfterMs / 1000) + " s; " +
+                      clientsWhileUnanswered() + "; next try in " +
+                      std::to_string(secondsToNextSync()) + " s");
 }
 
-QString CVL_Server::clientsWhileUnanswered() const {
-    return TimeSynced() ? QStringLiteral("clients are still served from the last answer")
-                        : QStringLiteral("clients are refused until the first answer");
+std::string CVL_Server::clientsWhileUnanswered() const {
+    return TimeSynced() ? "clients are still served from the last answer"
+                        : "clients are refused until the first answer";
 }
 
-void CVL_Server::setUnansweredText(const QString& text) {
+void CVL_Server::setUnansweredText(const std::string& text) {
     if (unansweredText_ == text) {
         return;
     }
     unansweredText_ = text;
-    emit unansweredChanged(text);
+    notify([&text](ServerObserver& view) { view.unansweredChanged(text); });
 }
 
 void CVL_Server::setTipText(std::string_view text) {
     tipText_ = tipText(text);
-    emit tipTextChanged(QString::fromStdString(std::string(visibleTip(tipText_))));
+    const std::string visible(visibleTip(tipText_));
+    notify([&visible](ServerObserver& view) { view.tipTextChanged(visible); });
 }
 
 bool CVL_Server::AwaitingReply() const {
@@ -438,7 +458,7 @@ NtpReference CVL_Server::ntpReference() const {
 
 void CVL_Server::setStatusText(const std::string& text) {
     statusText_ = text;
-    emit statusTextChanged(QString::fromStdString(text));
+    notify([&text](ServerObserver& view) { view.statusTextChanged(text); });
 }
 
 } // namespace cvl

@@ -1,61 +1,47 @@
 // The server controller: owns the settings in memory, the listeners, the time base, the
 // request log and the services. Start-up and shutdown run here in their fixed order; windows
-// and the daemon are views that call its methods and show what its signals report.
+// and the daemon are views that call its methods and show what it reports to its observers.
 #pragma once
 
 #include "core/registry.h"
+#include "core/server_observer.h"
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
 #include "platform/clock.h"
 #include "platform/event_loop.h"
+#include "platform/platform.h"
 #include "services/service_host.h"
 #include "sync/server_list.h"
 #include "sync/sync_schedule.h"
 #include "timebase/time_base.h"
 #include "update/update_check.h"
 
-#include <QObject>
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace cvl {
 
-class Autostart;
 class DaytimeService;
-class HostInfo;
-class Launcher;
 class NtpService;
-class Prompter;
 class RequestLog;
-class SettingsStore;
 class TimeQuery;
 class TimeService;
-class TimeZone;
 class UnixTimeService;
 
-// The operating system as the server reaches it.
-struct Platform {
-    EventLoop& loop;
-    Clock& clock;
-    TimeZone& timeZone;
-    SettingsStore& settings;
-    Autostart& autostart;
-    HostInfo& host;
-    Prompter& prompter;
-    Launcher& launcher;
-};
-
 // The update server asked unless the command line names another.
-inline const QString kDefaultUpdateHost = QStringLiteral("update.chronvale.net");
+inline constexpr std::string_view kDefaultUpdateHost = "update.chronvale.net";
 
 struct ServerOptions {
-    quint16 referencePort = 123;
+    std::uint16_t referencePort = 123;
     // Answers to the server's own query only from the server asked (the command line's
     // --strict-sync; the "StrictSync" setting can switch it on as well).
     bool strictSync = false;
-    QString updateHost = kDefaultUpdateHost;
-    quint16 updatePort = 80;
+    std::string updateHost{kDefaultUpdateHost};
+    std::uint16_t updatePort = 80;
 };
 
 // The synchronisation controls as the operator left them (interval number and unit text,
@@ -72,11 +58,16 @@ struct RemoteHost {
     LocalDateTime when;
 };
 
-class CVL_Server final : public QObject, public ServiceHost, public UpdateHost {
-    Q_OBJECT
+class CVL_Server final : public ServiceHost, public UpdateHost {
 public:
-    CVL_Server(const Platform& platform, ServerOptions options, QObject* parent = nullptr);
+    CVL_Server(const Platform& platform, ServerOptions options);
     ~CVL_Server() override;
+    CVL_Server(const CVL_Server&) = delete;
+    CVL_Server& operator=(const CVL_Server&) = delete;
+
+    // Views report what they show through these; an observer leaves before it is destroyed.
+    void addObserver(ServerObserver& observer);
+    void removeObserver(ServerObserver& observer);
 
     // Start-up and shutdown, in their fixed orders. The check for another running copy is
     // made before the server is built. A window does its own start-up steps (hiding itself,
@@ -93,12 +84,12 @@ public:
     [[nodiscard]] const ServiceListeners& listeners() const { return *listeners_; }
     void setTimeSynced();
 
-    [[nodiscard]] static QString AppVersion();
+    [[nodiscard]] static std::string AppVersion();
     // The window's fixed title, and its caption as it reads now.
-    [[nodiscard]] QString windowTitle() const override { return fixedTitle(); }
-    [[nodiscard]] static QString fixedTitle();
-    [[nodiscard]] QString windowCaption() const override { return windowCaption_; }
-    void setWindowCaption(const QString& caption) override;
+    [[nodiscard]] std::string windowTitle() const override { return fixedTitle(); }
+    [[nodiscard]] static std::string fixedTitle();
+    [[nodiscard]] std::string windowCaption() const override { return windowCaption_; }
+    void setWindowCaption(const std::string& caption) override;
     [[nodiscard]] LocalDateTime localNow() const { return platform_.clock.localNow(); }
     // The configuration dialog's update button; it lives here so that a check outlives the
     // dialog that started it.
@@ -116,7 +107,7 @@ public:
     [[nodiscard]] const RemoteHost& remoteHost(int box) const { return remoteHosts_.at(box); }
     [[nodiscard]] const LocalDateTime& UpdateStamp() const { return updateStamp_; }
     // The request log's file for today (empty before start-up).
-    [[nodiscard]] QString logFilePath() const;
+    [[nodiscard]] std::string logFilePath() const;
 
     // Synchronisation: the reference-server list, the schedule and the query.
     void SyncTimeNow();
@@ -146,7 +137,7 @@ public:
     // How long a query may stay unanswered before the operator is told.
     static constexpr int kUnansweredAfterMs = 5000;
     // The line that says the last query has gone unanswered; empty while none has.
-    [[nodiscard]] const QString& unansweredText() const { return unansweredText_; }
+    [[nodiscard]] const std::string& unansweredText() const { return unansweredText_; }
     [[nodiscard]] bool strictSync() const { return strictSync_; }
     // The last query could not even leave (no such host, no route): another server is
     // tried at every tick until one can be asked.
@@ -184,7 +175,7 @@ public:
     // The display reads traffic from counts on its own timer: nothing is signalled per request.
     void light(Lamp lamp) override { ++lampCounts_[static_cast<std::size_t>(lamp)]; }
     void StatusUp() override {}
-    [[nodiscard]] quint64 lampCount(Lamp lamp) const {
+    [[nodiscard]] std::uint64_t lampCount(Lamp lamp) const {
         return lampCounts_[static_cast<std::size_t>(lamp)];
     }
     [[nodiscard]] bool AwaitingReply() const override;
@@ -195,32 +186,16 @@ public:
     [[nodiscard]] NtpReference ntpReference() const override;
     void noteNtpMilliseconds(int ms) override { lastNtpMs_ = ms; }
 
-signals:
-    void statusTextChanged(const QString& text);
-    void timeZoneChanged(const QString& zoneName);
-    void serversChanged();
-    void selectedServerChanged(int index);
-    void tipTextChanged(const QString& visibleTip);
-    void syncMessageChanged(const QString& message);
-    // The activity indicator: a query is being made.
-    void checkingChanged(bool checking);
-    void windowCaptionChanged(const QString& caption);
-    void checkUpdateEnabledChanged(bool enabled);
-    // A service's controls changed; a view refreshes that service's details.
-    void serviceChanged(cvl::ServiceId id);
-    // The last query has gone unanswered for kUnansweredAfterMs (or that has been put right:
-    // the text is then empty).
-    void unansweredChanged(const QString& text);
-
 private:
     void setStatusText(const std::string& text);
     void readSettings();
     void writeRunEntry();
     void CalcIntC();
     void setTipText(std::string_view text);
-    void setUnansweredText(const QString& text);
+    void setUnansweredText(const std::string& text);
+    template <typename Report> void notify(Report report);
     void queryUnanswered();
-    [[nodiscard]] QString clientsWhileUnanswered() const;
+    [[nodiscard]] std::string clientsWhileUnanswered() const;
     [[nodiscard]] std::string serverFilePath() const;
 
     Platform platform_;
@@ -234,7 +209,7 @@ private:
     std::unique_ptr<UnixTimeService> unixTimeService_;
     std::unique_ptr<NtpService> ntpService_;
     std::unique_ptr<TimeQuery> timeQuery_;
-    UpdateCheck* updateCheck_;
+    std::unique_ptr<UpdateCheck> updateCheck_;
     Timer syncTimer_;
     Timer unansweredTimer_;
     ServerList serverList_;
@@ -243,16 +218,17 @@ private:
     std::string currentServer_;
     std::string askedServer_;
     LocalDateTime askedAt_;
-    QString unansweredText_;
+    std::string unansweredText_;
     std::string tipText_;
     int lastNtpMs_ = 0;
     std::function<double()> random_;
-    QString windowCaption_;
+    std::string windowCaption_;
     bool checkUpdateEnabled_ = true;
     std::string statusText_;
     std::array<RemoteHost, 3> remoteHosts_;
-    std::array<quint64, 4> lampCounts_{};
+    std::array<std::uint64_t, 4> lampCounts_{};
     LocalDateTime updateStamp_;
+    std::vector<ServerObserver*> observers_;
 
     SyncControls sync_;
     std::string regionCode_;

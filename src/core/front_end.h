@@ -5,6 +5,7 @@
 namespace cvl {
 
 class CVL_Server;
+class EventLoop;
 class Prompter;
 
 class FrontEnd {
@@ -16,6 +17,10 @@ public:
     // The views' own start-up steps, once the settings are read and before the first
     // synchronisation; `startHidden` is the "-rs" first word.
     virtual void startUp(bool startHidden) = 0;
+    // Runs the program's loop, with the server's in it, until quit(); the exit status.
+    virtual int run(EventLoop& loop) = 0;
+    // Ends run(); safe from any handler.
+    virtual void quit(EventLoop& loop) = 0;
     // Releases the views once the server has shut down.
     virtual void release() = 0;
     // Another start of the program asks this copy to show itself; true when a window came

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 
 namespace cvl {
 
@@ -69,6 +70,10 @@ private:
     EventLoop::WatchId id_ = 0;
     unsigned interest_ = 0;
 };
+
+// A loop of this system's own kind, for programs and tests that run one by itself; null when
+// the system gives none (out of descriptors).
+[[nodiscard]] std::unique_ptr<EventLoop> makeEventLoop();
 
 // A timer that stops with its owner, used as a one-shot or a repeating timer.
 class Timer {

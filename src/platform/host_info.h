@@ -14,6 +14,8 @@ public:
     [[nodiscard]] virtual std::string localAddress() const = 0;
     // The folder that holds the server file, Logs/ and the updater. No trailing separator.
     [[nodiscard]] virtual std::string programFolder() const = 0;
+    // The separate updater program, which lives beside this one.
+    [[nodiscard]] virtual std::string updaterProgram() const = 0;
     // The command that starts this program again (for the start-with-the-system entry).
     [[nodiscard]] virtual std::string programCommand() const = 0;
 };

@@ -30,9 +30,10 @@ public:
     std::function<void()> onConnected;
     // Everything that had arrived when the loop looked, in one piece.
     std::function<void(const std::string& chunk)> onReceived;
-    // The lookup or the connection failed, or the connection broke. The peer's orderly close
-    // is not told: the connection just ends.
+    // The lookup or the connection failed, or the connection broke.
     std::function<void()> onFailed;
+    // The peer closed the connection in order; it is closed here too.
+    std::function<void()> onEnded;
 
 private:
     void lookedUp(const std::vector<PeerAddress>& addresses);

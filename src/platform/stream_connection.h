@@ -38,6 +38,8 @@ public:
     void close();
     // Ends it now; nothing unsent goes.
     void abort();
+    // Ends it now with a reset: the peer sees the connection broken, not closed.
+    void reset();
 
     // Something arrived (takeReceived() has it). Called before a close by the peer.
     std::function<void()> onReceived;

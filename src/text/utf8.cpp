@@ -8,7 +8,46 @@ namespace {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
+// The length of the white-space character `text` starts with, 0 when it starts with none.
+[[nodiscard]] std::size_t leadingSpace(std::string_view text) {
+    if (text.empty()) {
+        return 0;
+    }
+    const auto first = static_cast<unsigned char>(text[0]);
+    if (first == ' ' || (first >= '\t' && first <= '\r')) {
+        return 1;
+    }
+    for (const std::string_view space :
+         {"\u0085", "\u00A0", "\u1680", "\u2028", "\u2029", "\u202F", "\u205F", "\u3000"}) {
+        if (text.starts_with(space)) {
+            return space.size();
+        }
+    }
+    // U+2000 to U+200A
+    if (text.size() >= 3 && text.starts_with("\xE2\x80") &&
+        static_cast<unsigned char>(text[2]) <= 0x8A) {
+        return 3;
+    }
+    return 0;
+}
+
+// The length of the white-space character `text` ends with, 0 when it ends with none.
+[[nodiscard]] std::size_t trailingSpace(std::string_view text) {
+    const std::string_view last = lastCharacters(text, 1);
+    return leadingSpace(last) == last.size() ? last.size() : 0;
+}
+
 } // namespace
+
+std::string_view trimmed(std::string_view text) {
+    while (const std::size_t length = leadingSpace(text)) {
+        text.remove_prefix(length);
+    }
+    while (const std::size_t length = trailingSpace(text)) {
+        text.remove_suffix(length);
+    }
+    return text;
+}
 
 std::size_t characterCount(std::string_view text) {
     std::size_t count = 0;

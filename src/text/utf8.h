@@ -17,6 +17,9 @@ namespace cvl::utf8 {
 [[nodiscard]] std::string_view withoutLastCharacter(std::string_view text);
 
 [[nodiscard]] bool isValid(std::string_view bytes);
+// Without white space at either end: the ASCII controls and blank, and Unicode's other
+// spaces and line and paragraph separators.
+[[nodiscard]] std::string_view trimmed(std::string_view text);
 // Each byte as the character of the same number.
 [[nodiscard]] std::string fromLatin1(std::string_view bytes);
 

@@ -1,42 +1,61 @@
 #include "update/update_check.h"
 
 #include "core/leading_number.h"
+#include "platform/file_path.h"
 #include "platform/launcher.h"
 #include "platform/prompter.h"
+#include "text/utf8.h"
 
-#include <QFileInfo>
-#include <QStringList>
-#include <QtNumeric>
+#include <filesystem>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace cvl {
 
 namespace {
 
-const QString kVersionFilePath = QStringLiteral("/Chronvale/CVLVCS4.IPF");
-const QString kServerFilePath = QStringLiteral("/Chronvale/QBK_CVLS4.CVL");
-const QString kServerFileName = QStringLiteral("/QBK_CVLS4.CVL");
-#ifdef Q_OS_WIN
-const QString kUpdaterName = QStringLiteral("/QBKUpdate.exe");
-#else
-const QString kUpdaterName = QStringLiteral("/QBKUpdate");
-#endif
+constexpr std::string_view kVersionFilePath = "/Chronvale/CVLVCS4.IPF";
+constexpr std::string_view kServerFilePath = "/Chronvale/QBK_CVLS4.CVL";
+constexpr std::string_view kLengthHeader = "Content-Length: ";
+constexpr std::string_view kBlankLine = "\r\n\r\n";
+constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::string_view kFieldSeparator = "-:-";
 
-constexpr QByteArrayView kLengthHeader = "Content-Length: ";
-constexpr QByteArrayView kBlankLine = "\r\n\r\n";
-const QString kLineEnd = QStringLiteral("\r\n");
+std::string withoutLineEnds(std::string_view text) {
+    std::string kept;
+    kept.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        if (text.substr(at, kLineEnd.size()) == kLineEnd) {
+            at += kLineEnd.size();
+        } else {
+            kept += text[at++];
+        }
+    }
+    return kept;
+}
+
+std::vector<std::string_view> splitFields(std::string_view text) {
+    std::vector<std::string_view> fields;
+    for (std::size_t from = 0;;) {
+        const std::size_t at = text.find(kFieldSeparator, from);
+        fields.push_back(text.substr(from, at == std::string_view::npos ? at : at - from));
+        if (at == std::string_view::npos) {
+            return fields;
+        }
+        from = at + kFieldSeparator.size();
+    }
+}
 
 } // namespace
 
 UpdateCheck::UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, Launcher& launcher,
-                         QString programFolder, QString updateHost, quint16 updatePort,
-                         QString AppVersion, QObject* parent)
-    : QObject(parent)
-    , host_(host)
+                         UpdatePaths paths, std::string updateHost, std::uint16_t updatePort,
+                         std::string AppVersion)
+    : host_(host)
     , prompter_(prompter)
     , launcher_(launcher)
-    , programFolder_(std::move(programFolder))
+    , paths_(std::move(paths))
     , updateHost_(std::move(updateHost))
     , updatePort_(updatePort)
     , appVersion_(std::move(AppVersion))
@@ -47,7 +66,7 @@ UpdateCheck::UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, 
         sendRequest();
     };
     qbk.onReceived = [this](const std::string& chunk) {
-        received(QByteArray::fromStdString(chunk));
+        received(chunk);
     };
     // The server's orderly close is no ending of its own: an exchange that stopped short
     // stays unfinished until the next check. A failure, a reset included, ends it.
@@ -60,61 +79,58 @@ void UpdateCheck::QBKUpdate() {
     BytesReceived = 0;
     qbk.close();
     // A connection that cannot be made ends up in failed(), which says nothing.
-    qbk.connectToHost(updateHost_.toStdString(), updatePort_);
+    qbk.connectToHost(updateHost_, updatePort_);
 }
 
 void UpdateCheck::sendRequest() {
-    const QString path = GetServerFile ? kServerFilePath : kVersionFilePath;
-    const QString request = QStringLiteral("GET ") + path + QStringLiteral(" HTTP/1.1\r\n") +
-                            QStringLiteral("Accept: */*\r\n") + QStringLiteral("Host: ") +
-                            updateHost_ + kLineEnd + QStringLiteral("Referer: Chronvale S v") +
-                            appVersion_ + kLineEnd + QStringLiteral("User-Agent: Chronvale v") +
-                            appVersion_ + kLineEnd + kLineEnd;
-    qbk.write(request.toLatin1().toStdString());
+    std::string request = "GET ";
+    request += GetServerFile ? kServerFilePath : kVersionFilePath;
+    request += " HTTP/1.1\r\nAccept: */*\r\nHost: " + updateHost_ + "\r\nReferer: Chronvale S v" +
+               appVersion_ + "\r\nUser-Agent: Chronvale v" + appVersion_ + "\r\n\r\n";
+    qbk.write(request);
 }
 
 // Each arrival is handled as it comes, without waiting for the rest: the body is counted
 // against the announced length, and only an exact match finishes the exchange.
-void UpdateCheck::received(const QByteArray& chunk) {
-    if (chunk.isEmpty()) {
+void UpdateCheck::received(std::string_view chunk) {
+    if (chunk.empty() || chunk.size() > std::numeric_limits<std::int32_t>::max()) {
         return;
     }
-    std::int32_t total = 0;
-    if (chunk.size() > std::numeric_limits<std::int32_t>::max() ||
-        qAddOverflow(BytesReceived, static_cast<std::int32_t>(chunk.size()), &total)) {
+    const auto chunkSize = static_cast<std::int64_t>(chunk.size());
+    const std::int64_t total = std::int64_t{BytesReceived} + chunkSize;
+    if (total > std::numeric_limits<std::int32_t>::max()) {
         return;
     }
-    BytesReceived = total;
+    BytesReceived = static_cast<std::int32_t>(total);
 
-    qsizetype bodyStart = 0;
-    const qsizetype lengthAt = chunk.indexOf(kLengthHeader);
-    if (lengthAt >= 0) {
+    std::size_t bodyStart = 0;
+    if (const std::size_t lengthAt = chunk.find(kLengthHeader);
+        lengthAt != std::string_view::npos) {
         // Only seven characters are looked at: longer lengths lose their last digits.
-        QString digits = QString::fromLatin1(chunk.mid(lengthAt + kLengthHeader.size(), 7));
-        digits.remove(kLineEnd);
-        if (const auto length = roundToInt32(leadingNumber(digits.toStdString()))) {
+        const std::string digits =
+            withoutLineEnds(chunk.substr(lengthAt + kLengthHeader.size(), 7));
+        if (const auto length = roundToInt32(leadingNumber(utf8::fromLatin1(digits)))) {
             ContentLength = *length;
         }
-        const qsizetype blankAt = chunk.indexOf(kBlankLine) + 1; // 1-based, 0 when absent
-        std::int32_t bodyOnly = 0;
-        if (!qSubOverflow(BytesReceived, static_cast<std::int32_t>(blankAt + 3), &bodyOnly)) {
-            BytesReceived = bodyOnly;
+        const std::size_t blank = chunk.find(kBlankLine);
+        // 1-based, 0 when absent, as the count has always been kept.
+        const std::int64_t blankAt = blank == std::string_view::npos ? 0 : std::int64_t(blank) + 1;
+        const std::int64_t bodyOnly = std::int64_t{BytesReceived} - (blankAt + 3);
+        if (bodyOnly >= std::numeric_limits<std::int32_t>::min()) {
+            BytesReceived = static_cast<std::int32_t>(bodyOnly);
         }
         if (blankAt > 0) {
-            bodyStart = blankAt + 3;
+            bodyStart = std::min(chunk.size(), static_cast<std::size_t>(blankAt + 3));
         }
     }
 
     if (GetServerFile) {
         if (!ServerFileOpen) {
-            // Not truncated: a shorter new file leaves the old one's tail in place. A file
-            // that cannot be opened just takes no writes.
-            serverFile_.setFileName(serverFilePath());
-            (void)serverFile_.open(QIODevice::ReadWrite);
-            ServerFileOpen = true;
+            openServerFile();
         }
-        if (serverFile_.isOpen()) {
-            serverFile_.write(chunk.constData() + bodyStart, chunk.size() - bodyStart);
+        if (serverFile_.is_open()) {
+            const std::string_view body = chunk.substr(bodyStart);
+            serverFile_.write(body.data(), static_cast<std::streamsize>(body.size()));
         }
         if (BytesReceived == ContentLength) {
             serverFile_.close();
@@ -132,6 +148,18 @@ void UpdateCheck::received(const QByteArray& chunk) {
     }
 }
 
+void UpdateCheck::openServerFile() {
+    // Not truncated: a shorter new file leaves the old one's tail in place. A file that
+    // cannot be opened just takes no writes.
+    ServerFileOpen = true;
+    const std::filesystem::path path = filePath(paths_.serverFile);
+    serverFile_.open(path, std::ios::in | std::ios::out | std::ios::binary);
+    if (!serverFile_.is_open()) {
+        serverFile_.clear();
+        serverFile_.open(path, std::ios::out | std::ios::binary);
+    }
+}
+
 void UpdateCheck::failed() {
     // The connection is closed already.
     if (!host_.checkUpdateEnabled()) {
@@ -139,37 +167,38 @@ void UpdateCheck::failed() {
     }
 }
 
-void UpdateCheck::saveIT(const QByteArray& qbkdata) {
-    const qsizetype blankAt = qbkdata.indexOf(kBlankLine);
-    QString body = QString::fromLatin1(qbkdata.mid(blankAt >= 0 ? blankAt + 4 : 3));
-    body.remove(kLineEnd);
-    const QStringList fields = body.split(QStringLiteral("-:-"));
+void UpdateCheck::saveIT(std::string_view qbkdata) {
+    const std::size_t blankAt = qbkdata.find(kBlankLine);
+    const std::size_t bodyAt = blankAt != std::string_view::npos ? blankAt + 4 : 3;
+    const std::string body = withoutLineEnds(qbkdata.substr(std::min(bodyAt, qbkdata.size())));
+    const std::vector<std::string_view> fields = splitFields(body);
     if (fields.size() < 6) {
         return;
     }
 
-    const QString& latest = fields.at(1);
-    // Compared as text, as the version file has always been.
-    if (appVersion_ < latest) {
+    // Compared as text, byte by byte, as the version file has always been.
+    const std::string_view latest = fields[1];
+    if (std::string_view(appVersion_) < latest) {
         UpdatePrompted = true;
+        const std::string shown = utf8::fromLatin1(latest);
         if (prompter_.askYesNo(PromptOwner::MainWindow, "Chronvale Server AUTO Update Available!",
                                "Would you like to update your CVL Server Edition?\r\nThe latest "
                                "version is: " +
-                                   latest.toStdString())) {
-            host_.setWindowCaption(QStringLiteral("UPDATEING ") + host_.windowTitle());
+                                   shown)) {
+            host_.setWindowCaption("UPDATEING " + host_.windowTitle());
             // The updater closes this program itself when it is ready.
-            launcher_.start(
-                (programFolder_ + kUpdaterName).toStdString(),
-                {"/v" + latest.toStdString(), "/t" + host_.windowCaption().toStdString()});
+            launcher_.start(paths_.updater, {"/v" + shown, "/t" + host_.windowCaption()});
             return;
         }
     }
 
-    const QFileInfo serverFile(serverFilePath());
-    if (!serverFile.exists()) {
+    std::error_code error;
+    const std::filesystem::path serverFile = filePath(paths_.serverFile);
+    const std::uintmax_t size = std::filesystem::file_size(serverFile, error);
+    if (error && !std::filesystem::exists(serverFile, error)) {
         GetServerFile = true;
-    } else if (static_cast<double>(serverFile.size()) !=
-               leadingNumber(fields.at(4).toStdString())) {
+    } else if (static_cast<double>(error ? 0 : size) !=
+               leadingNumber(utf8::fromLatin1(fields[4]))) {
         UpdatePrompted = true;
         if (prompter_.askYesNo(PromptOwner::MainWindow, "Chronvale Update Available!",
                                "Would you like to update your CVL Server File?")) {
@@ -186,10 +215,6 @@ void UpdateCheck::saveIT(const QByteArray& qbkdata) {
         prompter_.inform(PromptOwner::ConfigDialog, "Chronvale Server Updater",
                          "No Updates Available.");
     }
-}
-
-QString UpdateCheck::serverFilePath() const {
-    return programFolder_ + kServerFileName;
 }
 
 } // namespace cvl

@@ -5,10 +5,10 @@
 
 #include "platform/stream_client.h"
 
-#include <QFile>
-#include <QObject>
-#include <QString>
 #include <cstdint>
+#include <fstream>
+#include <string>
+#include <string_view>
 
 namespace cvl {
 
@@ -20,10 +20,10 @@ class UpdateHost {
 public:
     virtual ~UpdateHost() = default;
     // The main window's title as it reads now, and a new one.
-    [[nodiscard]] virtual QString windowCaption() const = 0;
-    virtual void setWindowCaption(const QString& caption) = 0;
+    [[nodiscard]] virtual std::string windowCaption() const = 0;
+    virtual void setWindowCaption(const std::string& caption) = 0;
     // The fixed title the window was given at start-up.
-    [[nodiscard]] virtual QString windowTitle() const = 0;
+    [[nodiscard]] virtual std::string windowTitle() const = 0;
     // The configuration dialog's "Check for Software Updates" button.
     virtual void setCheckUpdateEnabled(bool enabled) = 0;
     [[nodiscard]] virtual bool checkUpdateEnabled() const = 0;
@@ -31,20 +31,25 @@ public:
     virtual void serverFileDownloaded() = 0;
 };
 
-class UpdateCheck final : public QObject {
-    Q_OBJECT
+// Where the check finds things on this machine.
+struct UpdatePaths {
+    std::string serverFile; // the reference-server file, written in place
+    std::string updater;    // the separate updater program
+};
+
+class UpdateCheck final {
 public:
-    explicit UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, Launcher& launcher,
-                         QString programFolder, QString updateHost, quint16 updatePort,
-                         QString AppVersion, QObject* parent = nullptr);
+    UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, Launcher& launcher,
+                UpdatePaths paths, std::string updateHost, std::uint16_t updatePort,
+                std::string AppVersion);
 
     // Starts over: drops whatever the socket was doing and connects to the update server,
     // which is then asked for the version file or, once wanted, the server file.
     void QBKUpdate();
     // Handles one arrival from the update server, whatever part of the response it holds.
-    void received(const QByteArray& chunk);
+    void received(std::string_view chunk);
     // Acts on a received version file (headers and body, as they arrived).
-    void saveIT(const QByteArray& qbkdata);
+    void saveIT(std::string_view qbkdata);
     // The controller has read the downloaded server file: the next check asks for the
     // version file again.
     void serverFileRead() { GetServerFile = false; }
@@ -55,21 +60,21 @@ public:
 private:
     void sendRequest();
     void failed();
-    [[nodiscard]] QString serverFilePath() const;
+    void openServerFile();
 
     UpdateHost& host_;
     Prompter& prompter_;
     Launcher& launcher_;
-    QString programFolder_;
-    QString updateHost_;
-    quint16 updatePort_;
-    QString appVersion_;
+    UpdatePaths paths_;
+    std::string updateHost_;
+    std::uint16_t updatePort_;
+    std::string appVersion_;
 
     StreamClient qbk;
     // The version file waits here until the connection has settled.
-    QByteArray versionFile_;
+    std::string versionFile_;
     Timer versionFileSettled_;
-    QFile serverFile_;
+    std::fstream serverFile_;
     bool GetServerFile = false;
     std::int32_t BytesReceived = 0;
     std::int32_t ContentLength = 0;

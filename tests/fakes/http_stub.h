@@ -2,68 +2,99 @@
 // responses, written in chunks that arrive separately, then closes or resets the connection.
 #pragma once
 
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTimer>
-#include <sys/socket.h>
+#include "platform/event_loop.h"
+#include "platform/stream_connection.h"
+#include "platform/stream_listener.h"
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace cvl::test {
 
 // Each complete request gets the next queued response, written chunk by chunk with pauses so
 // that the chunks arrive separately; after one more pause the connection is closed or reset.
-class HttpStub : public QObject {
+class HttpStub {
 public:
-    static constexpr int kChunkPauseMs = 30;
+    static constexpr std::chrono::milliseconds kChunkPause{30};
 
-    HttpStub() {
-        if (!server.listen(QHostAddress::LocalHost)) {
-            qFatal("no loopback port for the HTTP stub");
-        }
-        connect(&server, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket* socket = server.nextPendingConnection()) {
-                const qsizetype index = requests.size();
-                requests.append(QByteArray());
-                connect(socket, &QTcpSocket::readyRead, this, [this, socket, index] {
-                    const bool answered = requests[index].contains("\r\n\r\n");
-                    requests[index] += socket->readAll();
-                    if (!answered && requests[index].contains("\r\n\r\n") && !queue.isEmpty()) {
-                        send(socket, queue.takeFirst(), 0);
-                    }
-                });
+    explicit HttpStub(EventLoop& loop)
+        : loop_(loop)
+        , listener_(loop) {
+        listener_.listen(0);
+        listener_.onConnection = [this](NativeSocket socket, const PeerAddress& peer) {
+            auto exchange = std::make_unique<Exchange>(*this);
+            Exchange& made = *exchange;
+            made.index = requests.size();
+            requests.emplace_back();
+            if (!made.connection.adopt(socket, peer, listener_.serverPort())) {
+                return;
             }
-        });
-    }
-    [[nodiscard]] quint16 port() const { return server.serverPort(); }
-    void serve(const QList<QByteArray>& chunks, bool reset = false) {
-        queue.append({chunks, reset});
+            made.connection.onReceived = [this, &made] {
+                received(made);
+            };
+            exchanges_.push_back(std::move(exchange));
+        };
     }
 
-    QList<QByteArray> requests;
+    [[nodiscard]] std::uint16_t port() const { return listener_.serverPort(); }
+    void serve(const std::vector<std::string>& chunks, bool reset = false) {
+        queue_.push_back({chunks, reset});
+    }
+
+    std::vector<std::string> requests;
     int finished = 0;
 
 private:
-    using Response = std::pair<QList<QByteArray>, bool>; // the chunks, and a reset at the end
+    struct Response {
+        std::vector<std::string> chunks;
+        bool reset = false; // a reset at the end instead of a close
+    };
+    struct Exchange {
+        explicit Exchange(HttpStub& stub)
+            : connection(stub.loop_)
+            , pause(stub.loop_, [&stub, this] { stub.sendNext(*this); }) {
+            pause.setSingleShot(true);
+        }
+        StreamConnection connection;
+        Timer pause;
+        std::size_t index = 0;
+        Response response;
+        std::size_t next = 0;
+    };
 
-    void send(QTcpSocket* socket, const Response& response, qsizetype next) {
-        if (next < response.first.size()) {
-            socket->write(response.first.at(next));
-            QTimer::singleShot(kChunkPauseMs, socket,
-                               [=, this] { send(socket, response, next + 1); });
+    void received(Exchange& exchange) {
+        std::string& request = requests[exchange.index];
+        const bool answered = request.find("\r\n\r\n") != std::string::npos;
+        request += exchange.connection.takeReceived();
+        if (!answered && request.find("\r\n\r\n") != std::string::npos && !queue_.empty()) {
+            exchange.response = queue_.front();
+            queue_.pop_front();
+            sendNext(exchange);
+        }
+    }
+
+    void sendNext(Exchange& exchange) {
+        if (exchange.next < exchange.response.chunks.size()) {
+            exchange.connection.write(exchange.response.chunks[exchange.next++]);
+            exchange.pause.start(kChunkPause);
             return;
         }
-        if (response.second) {
-            const linger now{1, 0};
-            setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now,
-                       sizeof now);
-            socket->abort();
+        if (exchange.response.reset) {
+            exchange.connection.reset();
         } else {
-            socket->disconnectFromHost();
+            exchange.connection.close();
         }
         ++finished;
     }
 
-    QTcpServer server;
-    QList<Response> queue;
+    EventLoop& loop_;
+    StreamListener listener_;
+    std::deque<Response> queue_;
+    std::vector<std::unique_ptr<Exchange>> exchanges_;
 };
 
 } // namespace cvl::test

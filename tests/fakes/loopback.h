@@ -1,75 +1,134 @@
 // Loopback for tests: free ports from the high range that the services can use (they read
 // ports as 16-bit signed numbers, so 20000..32767), an NTP request, and clients that wait by
-// spinning the event loop (never by blocking it), with a bound on time.
+// running the event loop (never by blocking it), with a bound on time.
 #pragma once
 
-#include <QElapsedTimer>
-#include <QNetworkDatagram>
-#include <QRandomGenerator>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTest>
-#include <QUdpSocket>
+#include "loop_waits.h"
+#include "platform/datagram_socket.h"
+#include "platform/peer_address.h"
+#include "platform/stream_client.h"
+#include "platform/stream_listener.h"
+
+#include <chrono>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
 
 namespace cvl::test {
 
 // A port free for both TCP and UDP at the moment of asking.
-inline quint16 freePort() {
+inline std::uint16_t freePort(EventLoop& loop) {
+    static std::mt19937 random{std::random_device{}()};
+    std::uniform_int_distribution<int> ports(20000, 32767);
     for (int attempt = 0; attempt < 200; ++attempt) {
-        const auto port = static_cast<quint16>(QRandomGenerator::global()->bounded(20000, 32768));
-        QTcpServer tcp;
-        QUdpSocket udp;
-        if (tcp.listen(QHostAddress::Any, port) &&
-            udp.bind(QHostAddress::Any, port, QAbstractSocket::DontShareAddress)) {
+        const auto port = static_cast<std::uint16_t>(ports(random));
+        StreamListener tcp(loop);
+        DatagramSocket udp(loop);
+        if (tcp.listen(port) == StreamListener::ListenResult::Listening &&
+            udp.bind(port) == DatagramSocket::BindResult::Bound) {
             return port;
         }
     }
     return 0;
 }
 
+inline PeerAddress loopbackAddress(std::uint16_t port) {
+    return PeerAddress::fromIPv4(0x7F000001, port);
+}
+
 // A version 4 client request with a transmit stamp; byte 24 set makes sure that it is not
 // taken for an answer to the server's own query.
-inline QByteArray ntpRequest(quint8 byte24) {
-    QByteArray request(48, '\0');
+inline std::string ntpRequest(std::uint8_t byte24) {
+    std::string request(48, '\0');
     request[0] = 0x23;
     request[24] = static_cast<char>(byte24);
     for (int i = 40; i < 48; ++i) {
-        request[i] = static_cast<char>(i);
+        request[static_cast<std::size_t>(i)] = static_cast<char>(i);
     }
     return request;
 }
 
 // Sends one datagram and collects the datagrams that come back within the time allowed, or
 // until `expected` of them have arrived.
-inline QList<QByteArray> udpExchange(quint16 port, const QByteArray& payload, int expected,
-                                     int timeoutMs = 1500,
-                                     const QHostAddress& host = QHostAddress::LocalHost) {
-    QUdpSocket client;
-    client.bind(host, 0);
-    client.writeDatagram(payload, host, port);
-    QList<QByteArray> replies;
-    QElapsedTimer timer;
-    timer.start();
-    while (replies.size() < expected && timer.elapsed() < timeoutMs) {
-        QTest::qWait(5);
-        while (client.hasPendingDatagrams()) {
-            replies << client.receiveDatagram().data();
-        }
+inline std::vector<std::string>
+udpExchange(EventLoop& loop, std::uint16_t port, const std::string& payload, std::size_t expected,
+            std::chrono::milliseconds timeout = std::chrono::milliseconds(1500),
+            const std::string& host = "127.0.0.1") {
+    DatagramSocket client(loop);
+    std::vector<std::string> replies;
+    if (client.bind(0) != DatagramSocket::BindResult::Bound) {
+        return replies;
     }
+    client.onReadable = [&] {
+        client.readPending([&](const Datagram& datagram) {
+            replies.emplace_back(datagram.data.substr(0, datagram.size));
+        });
+    };
+    client.send(payload, PeerAddress::fromText(host, port).value_or(loopbackAddress(port)));
+    (void)runUntil(
+        loop, [&] { return replies.size() >= expected; }, timeout);
     return replies;
 }
 
 // Connects, optionally sends, and reads until the server closes; what arrived by then.
-inline QByteArray tcpExchange(quint16 port, const QByteArray& payload = {}, int timeoutMs = 1500,
-                              const QHostAddress& host = QHostAddress::LocalHost) {
-    QTcpSocket client;
-    QByteArray received;
-    QObject::connect(&client, &QTcpSocket::readyRead, [&] { received += client.readAll(); });
+inline std::string tcpExchange(EventLoop& loop, std::uint16_t port, const std::string& payload = {},
+                               std::chrono::milliseconds timeout = std::chrono::milliseconds(1500),
+                               const std::string& host = "127.0.0.1") {
+    StreamClient client(loop);
+    std::string received;
+    bool over = false;
+    client.onConnected = [&] {
+        if (!payload.empty()) {
+            client.write(payload);
+        }
+    };
+    client.onReceived = [&](const std::string& chunk) {
+        received += chunk;
+    };
+    client.onEnded = [&] {
+        over = true;
+    };
+    client.onFailed = [&] {
+        over = true;
+    };
     client.connectToHost(host, port);
-    client.write(payload);
-    (void)QTest::qWaitFor([&] { return client.state() == QAbstractSocket::UnconnectedState; },
-                          timeoutMs);
-    return received + client.readAll();
+    (void)runUntil(
+        loop, [&] { return over; }, timeout);
+    return received;
 }
+
+} // namespace cvl::test
+
+namespace cvl::test {
+
+// A TCP client that remembers how its connection went, for tests that hold connections open.
+class LoopbackClient {
+public:
+    LoopbackClient(EventLoop& loop, std::uint16_t port)
+        : client_(loop) {
+        client_.onConnected = [this] {
+            connected = true;
+        };
+        client_.onReceived = [this](const std::string& chunk) {
+            received += chunk;
+        };
+        client_.onEnded = [this] {
+            closed = true;
+        };
+        client_.onFailed = [this] {
+            closed = true;
+        };
+        client_.connectToHost("127.0.0.1", port);
+    }
+    bool write(std::string_view bytes) { return client_.write(bytes); }
+
+    bool connected = false;
+    bool closed = false; // by the server, or broken
+    std::string received;
+
+private:
+    StreamClient client_;
+};
 
 } // namespace cvl::test

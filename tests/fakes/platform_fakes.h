@@ -9,9 +9,11 @@
 #include "platform/prompter.h"
 #include "platform/settings_store.h"
 
-#include <QList>
-#include <QMap>
-#include <QStringList>
+#include <algorithm>
+#include <cctype>
+#include <map>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace cvl::test {
@@ -20,51 +22,53 @@ namespace cvl::test {
 class MemorySettingsStore final : public SettingsStore {
 public:
     [[nodiscard]] long openKey(RegistryRoot root, const std::string& subKey) const override {
-        const QString prefix = path(root, QString::fromStdString(subKey), {});
-        const bool found = std::any_of(values.keyBegin(), values.keyEnd(),
-                                       [&](const QString& key) { return key.startsWith(prefix); });
-        return found ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+        const std::string prefix = path(root, subKey, {});
+        const auto found = values.lower_bound(prefix);
+        return found != values.end() && found->first.starts_with(prefix) ? ERROR_SUCCESS
+                                                                         : ERROR_FILE_NOT_FOUND;
     }
     [[nodiscard]] long queryValue(RegistryRoot root, const std::string& subKey,
                                   const std::string& name, std::string& text) const override {
-        const auto it = values.constFind(
-            path(root, QString::fromStdString(subKey), QString::fromStdString(name)));
-        text = it == values.cend() ? std::string() : it->toStdString();
-        return it == values.cend() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
+        const auto it = values.find(path(root, subKey, name));
+        text = it == values.end() ? std::string() : it->second;
+        return it == values.end() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
     }
     long setValue(RegistryRoot root, const std::string& subKey, const std::string& name,
                   const std::string& text) override {
-        journal << QString::fromStdString("set " + name + '=' + text);
+        journal.push_back("set " + name + '=' + text);
         if (failWrites == ERROR_SUCCESS) {
-            values[path(root, QString::fromStdString(subKey), QString::fromStdString(name))] =
-                QString::fromStdString(text);
+            values[path(root, subKey, name)] = text;
         }
         return failWrites;
     }
     long deleteValue(RegistryRoot root, const std::string& subKey,
                      const std::string& name) override {
-        journal << QString::fromStdString("delete " + name);
-        return values.remove(
-                   path(root, QString::fromStdString(subKey), QString::fromStdString(name))) > 0
-                   ? ERROR_SUCCESS
-                   : ERROR_FILE_NOT_FOUND;
+        journal.push_back("delete " + name);
+        return values.erase(path(root, subKey, name)) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     }
 
     // The program's own key, as most tests want it.
-    void putHome(const QString& name, const QString& text) { values[homePath(name)] = text; }
-    [[nodiscard]] QString home(const QString& name) const { return values.value(homePath(name)); }
+    void putHome(const std::string& name, const std::string& text) {
+        values[homePath(name)] = text;
+    }
+    [[nodiscard]] std::string home(const std::string& name) const {
+        const auto it = values.find(homePath(name));
+        return it == values.end() ? std::string() : it->second;
+    }
 
-    QMap<QString, QString> values;
-    QStringList journal;
+    std::map<std::string, std::string> values;
+    std::vector<std::string> journal;
     long failWrites = ERROR_SUCCESS;
 
 private:
-    static QString homePath(const QString& name) {
-        return path(HKEY_LOCAL_MACHINE, QStringLiteral("Software\\Chronvale Server"), name);
+    static std::string homePath(const std::string& name) {
+        return path(HKEY_LOCAL_MACHINE, "Software\\Chronvale Server", name);
     }
-    static QString path(RegistryRoot root, const QString& subKey, const QString& name) {
-        return QString::number(root) + QLatin1Char('\\') + subKey.toLower() + QLatin1Char('\\') +
-               name;
+    static std::string path(RegistryRoot root, const std::string& subKey, const std::string& name) {
+        std::string lower = subKey;
+        std::transform(lower.begin(), lower.end(), lower.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        return std::to_string(root) + '\\' + lower + '\\' + name;
     }
 };
 
@@ -87,13 +91,14 @@ public:
     int removals = 0;
 };
 
-// Host facts chosen by the test; the program folder is usually a QTemporaryDir.
+// Host facts chosen by the test; the program folder is usually a TempFolder.
 class FakeHostInfo final : public HostInfo {
 public:
     [[nodiscard]] std::string userName() const override { return "tester"; }
     [[nodiscard]] std::string hostName() const override { return "testhost"; }
     [[nodiscard]] std::string localAddress() const override { return "192.0.2.10"; }
     [[nodiscard]] std::string programFolder() const override { return folder; }
+    [[nodiscard]] std::string updaterProgram() const override { return folder + "/QBKUpdate"; }
     [[nodiscard]] std::string programCommand() const override { return command; }
 
     std::string folder;
@@ -105,32 +110,30 @@ class FakePrompter final : public Prompter {
 public:
     [[nodiscard]] bool askYesNo(PromptOwner, std::string_view caption,
                                 std::string_view text) override {
-        questions << QString::fromStdString(std::string(caption) + '|' + std::string(text));
+        questions.push_back(std::string(caption) + '|' + std::string(text));
         return answer;
     }
     void inform(PromptOwner, std::string_view caption, std::string_view text) override {
-        notices << QString::fromStdString(std::string(caption) + '|' + std::string(text));
+        notices.push_back(std::string(caption) + '|' + std::string(text));
     }
 
     bool answer = true;
-    QStringList questions;
-    QStringList notices;
+    std::vector<std::string> questions;
+    std::vector<std::string> notices;
 };
 
 // Records what would have been started.
 class FakeLauncher final : public Launcher {
 public:
     bool start(const std::string& program, const std::vector<std::string>& arguments) override {
-        QStringList command{QString::fromStdString(program)};
-        for (const std::string& argument : arguments) {
-            command << QString::fromStdString(argument);
-        }
-        started.append(command);
+        std::vector<std::string> command{program};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        started.push_back(std::move(command));
         return true;
     }
     bool openDateTimeSettings() override { return true; }
 
-    QList<QStringList> started;
+    std::vector<std::vector<std::string>> started;
 };
 
 } // namespace cvl::test

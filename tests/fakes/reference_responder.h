@@ -2,66 +2,79 @@
 // a server packet carrying a chosen time (or the present), or holds its answers until released.
 #pragma once
 
-#include <QDateTime>
-#include <QNetworkDatagram>
-#include <QUdpSocket>
-#include <QtEndian>
+#include "platform/datagram_socket.h"
+
+#include <chrono>
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace cvl::test {
 
 class ReferenceResponder {
 public:
-    explicit ReferenceResponder(quint16 port = 0) {
-        socket.bind(QHostAddress::LocalHost, port);
-        QObject::connect(&socket, &QUdpSocket::readyRead, [this] {
-            while (socket.hasPendingDatagrams()) {
+    explicit ReferenceResponder(EventLoop& loop, std::uint16_t port = 0)
+        : socket(loop) {
+        socket.bind(port);
+        socket.onReadable = [this] {
+            socket.readPending([this](const Datagram& datagram) {
                 ++requests;
-                held.append(socket.receiveDatagram());
-                if (!holding) {
-                    release();
-                }
+                held.emplace_back(std::string(datagram.data.substr(0, datagram.size)),
+                                  datagram.sender);
+            });
+            if (!holding) {
+                release();
             }
-        });
+        };
     }
 
-    [[nodiscard]] quint16 port() const { return socket.localPort(); }
+    [[nodiscard]] std::uint16_t port() const { return socket.localPort(); }
     // Answers held back so far go out now; later ones at once.
     void release() {
         holding = false;
-        for (const QNetworkDatagram& request : std::exchange(held, {})) {
-            answer(request);
+        for (const auto& [request, sender] : std::exchange(held, {})) {
+            answer(request, sender);
         }
     }
 
     bool holding = false;
     int requests = 0;
     // The time announced: whole seconds since 1900 and a 32-bit binary fraction.
-    std::optional<std::pair<quint32, quint32>> fixed;
+    std::optional<std::pair<std::uint32_t, std::uint32_t>> fixed;
 
 private:
-    void answer(const QNetworkDatagram& request) {
-        // Client requests only: a server's answer to our answer must not start a ping-pong.
-        if (request.data().size() != 48 || (request.data().at(0) & 7) != 3) {
-            return;
+    static void putBigEndian(std::string& bytes, std::size_t at, std::uint32_t value) {
+        for (int i = 0; i < 4; ++i) {
+            bytes[at + static_cast<std::size_t>(i)] = static_cast<char>(value >> (24 - 8 * i));
         }
-        QByteArray reply(48, '\0');
-        reply[0] = 0x24; // version 4, server
-        reply[1] = 1;    // stratum
-        reply.replace(24, 8, request.data().sliced(40, 8));
-        const qint64 ms = QDateTime::currentMSecsSinceEpoch();
-        const auto [seconds, fraction] =
-            fixed.value_or(std::pair{static_cast<quint32>(ms / 1000 + 2208988800LL),
-                                     static_cast<quint32>((ms % 1000) * 4294967296.0 / 1000)});
-        for (int stamp : {16, 32, 40}) {
-            qToBigEndian(seconds, reply.data() + stamp);
-            qToBigEndian(fraction, reply.data() + stamp + 4);
-        }
-        socket.writeDatagram(reply, request.senderAddress(), request.senderPort());
     }
 
-    QUdpSocket socket;
-    QList<QNetworkDatagram> held;
+    void answer(const std::string& request, const PeerAddress& sender) {
+        // Client requests only: a server's answer to our answer must not start a ping-pong.
+        if (request.size() != 48 || (request[0] & 7) != 3) {
+            return;
+        }
+        std::string reply(48, '\0');
+        reply[0] = 0x24; // version 4, server
+        reply[1] = 1;    // stratum
+        reply.replace(24, 8, request, 40, 8);
+        const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
+                            std::chrono::system_clock::now().time_since_epoch())
+                            .count();
+        const auto [seconds, fraction] = fixed.value_or(std::pair{
+            static_cast<std::uint32_t>(ms / 1000 + 2208988800LL),
+            static_cast<std::uint32_t>(static_cast<double>(ms % 1000) * 4294967296.0 / 1000)});
+        for (const std::size_t stamp : {16u, 32u, 40u}) {
+            putBigEndian(reply, stamp, seconds);
+            putBigEndian(reply, stamp + 4, fraction);
+        }
+        socket.send(reply, sender);
+    }
+
+    DatagramSocket socket;
+    std::vector<std::pair<std::string, PeerAddress>> held;
 };
 
 } // namespace cvl::test

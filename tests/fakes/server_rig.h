@@ -1,56 +1,53 @@
 // A controller wired to fakes of every adapter, with its program folder in a temporary
-// directory: what most controller tests start from.
+// directory and a real event loop: what most controller tests start from.
 #pragma once
 
 #include "core/cvl_server.h"
+#include "loop_waits.h"
 #include "platform_fakes.h"
-#include "qt_dispatched_loop.h"
+#include "temp_folder.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace cvl::test {
 
-// Whole files, for tests that prepare them or read them back; a missing file reads as empty.
-inline QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-inline bool writeFile(const QString& path, const QByteArray& bytes) {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
+inline const std::vector<std::string> kLoopbackServerEntry{"127.0.0.1:::Loopback NA:::2:::"};
 
 // A reference-server list: five header lines, then the entries.
-inline void writeServerFile(const QString& path,
-                            const QStringList& entries = {
-                                QStringLiteral("127.0.0.1:::Loopback NA:::2:::")}) {
-    writeFile(path, "h1\r\nh2\r\nh3\r\nh4\r\nh5\r\n" + entries.join("\r\n").toUtf8() + "\r\n");
+inline void writeServerFile(const std::string& path,
+                            const std::vector<std::string>& entries = kLoopbackServerEntry) {
+    std::string text = "h1\r\nh2\r\nh3\r\nh4\r\nh5\r\n";
+    for (const std::string& entry : entries) {
+        text += entry + "\r\n";
+    }
+    writeFile(path, text);
 }
 
 struct ServerRig {
-    ServerRig() { host.folder = folder.path().toStdString(); }
+    ServerRig() { host.folder = folder.path(); }
 
-    void writeServerFile(const QStringList& entries = {
-                             QStringLiteral("127.0.0.1:::Loopback NA:::2:::")}) {
-        test::writeServerFile(folder.filePath(QStringLiteral("QBK_CVLS4.CVL")), entries);
+    void writeServerFile(const std::vector<std::string>& entries = kLoopbackServerEntry) {
+        test::writeServerFile(folder.filePath("QBK_CVLS4.CVL"), entries);
     }
 
     CVL_Server& server() {
         if (!instance) {
-            instance =
-                std::make_unique<CVL_Server>(Platform{dispatched.loop, clock, timeZone, store,
-                                                      autostart, host, prompter, launcher},
-                                             options);
+            instance = std::make_unique<CVL_Server>(
+                Platform{*loop, clock, timeZone, store, autostart, host, prompter, launcher},
+                options);
         }
         return *instance;
     }
 
-    QtDispatchedLoop dispatched;
-    QTemporaryDir folder;
+    template <typename Done>
+    bool runUntil(Done done, std::chrono::milliseconds timeout = std::chrono::seconds(5)) {
+        return test::runUntil(*loop, done, timeout);
+    }
+
+    std::unique_ptr<EventLoop> loop = makeEventLoop();
+    TempFolder folder;
     FakeClock clock;
     FakeTimeZone timeZone;
     MemorySettingsStore store;

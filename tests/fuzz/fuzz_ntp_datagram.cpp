@@ -11,7 +11,6 @@
 #include "fuzz_support.h"
 #include "services/ntp_service.h"
 
-#include <QUdpSocket>
 #include <memory>
 #include <vector>
 
@@ -26,17 +25,18 @@ struct Scene {
 
 struct State {
     State() {
-        sink.bind(QHostAddress::LocalHost, 0); // takes queries and replies, never read
-        const QStringList ntpOnly{QStringLiteral("SNTP123")};
-        fuzz::startServer(asking.rig, ntpOnly, QStringLiteral("NA"), sink.localPort());
-        fuzz::startServer(unset.rig, ntpOnly, QStringLiteral("EU"), sink.localPort());
-        fuzz::startServer(set.rig, ntpOnly, QStringLiteral("EU"), sink.localPort()).setTimeSynced();
+        sink.bind(0); // takes queries and replies, never read
+        const std::vector<std::string> ntpOnly{"SNTP123"};
+        fuzz::startServer(asking.rig, ntpOnly, "NA", sink.localPort());
+        fuzz::startServer(unset.rig, ntpOnly, "EU", sink.localPort());
+        fuzz::startServer(set.rig, ntpOnly, "EU", sink.localPort()).setTimeSynced();
         for (Scene* scene : {&asking, &unset, &set}) {
             scene->ntp = std::make_unique<NtpService>(scene->rig.server());
         }
     }
 
-    QUdpSocket sink;
+    std::unique_ptr<EventLoop> loop = makeEventLoop();
+    DatagramSocket sink{*loop};
     Scene asking;
     Scene unset;
     Scene set;

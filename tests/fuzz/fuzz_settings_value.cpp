@@ -6,7 +6,6 @@
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
 #include "fuzz_support.h"
-#include "qt_dispatched_loop.h"
 #include "sync/sync_schedule.h"
 
 using namespace cvl;
@@ -14,8 +13,8 @@ using namespace cvl;
 namespace {
 
 struct State {
-    test::QtDispatchedLoop dispatched;
-    ServiceListeners listeners{dispatched.loop};
+    std::unique_ptr<EventLoop> loop = makeEventLoop();
+    ServiceListeners listeners{*loop};
 };
 
 } // namespace
@@ -71,9 +70,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     state->listeners.closeTcpListener(id);
     state->listeners.closeUdpSocket(id);
-    // A closed listener hands its notifier to deleteLater(), and the toolkit posts events of
-    // its own: without a round of the loop (as the program's loop would make) they pile up.
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QCoreApplication::processEvents();
     return 0;
 }

@@ -1,13 +1,12 @@
-// What the fuzz targets share: Qt's messages kept out of the fuzzer's output, invariants that
-// stop the run like a crash, and a controller on fakes with some services open.
+// What the fuzz targets share: invariants that stop the run like a crash, and a controller on
+// fakes with some services open.
 #pragma once
 
 #include "platform/datagram_socket.h"
 #include "server_rig.h"
 
-#include <QCoreApplication>
-#include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 namespace cvl::fuzz {
@@ -15,18 +14,12 @@ namespace cvl::fuzz {
 // First thing in LLVMFuzzerInitialize. The targets use the fake clock; the variable keeps the
 // real one safe even from a target that reached it by mistake.
 inline void prepareProcess() {
-    qputenv("CHRONVALE_NO_SET_CLOCK", "1");
-    // Warnings at every input would slow the run to a crawl; only the serious ones are shown.
-    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
-        if (type == QtCriticalMsg || type == QtFatalMsg) {
-            std::fprintf(stderr, "%s\n", qPrintable(text));
-        }
-    });
+    ::setenv("CHRONVALE_NO_SET_CLOCK", "1", 1);
 }
 
 // A datagram from 127.0.0.1:`port`, as the services' socket hands one over. It points into
 // `bytes`, which is exactly as long as the datagram, so that a read past its end is caught.
-inline Datagram loopbackDatagram(const std::vector<char>& bytes, quint16 port) {
+inline Datagram loopbackDatagram(const std::vector<char>& bytes, std::uint16_t port) {
     Datagram datagram;
     datagram.data = std::string_view(bytes.data(), bytes.size());
     datagram.size = datagram.data.size();
@@ -46,14 +39,13 @@ inline void require(bool holds) {
 // kernel's choosing. Its one reference server is 127.0.0.1:`referencePort` in region NA; any
 // other `region` leaves the pool empty, so that it never asks. Logging is off: records do not
 // depend on the input, and the file would grow with every one.
-inline CVL_Server& startServer(test::ServerRig& rig, const QStringList& services,
-                               const QString& region, quint16 referencePort) {
+inline CVL_Server& startServer(test::ServerRig& rig, const std::vector<std::string>& services,
+                               const std::string& region, std::uint16_t referencePort) {
     rig.options.referencePort = referencePort;
-    rig.writeServerFile({QStringLiteral("127.0.0.1:::Loopback NA:::2:::")});
-    rig.store.putHome(QStringLiteral("Settings"),
-                      QStringLiteral("NO:59:Minutes/s:%1:36").arg(region));
-    for (const QString& name : services) {
-        rig.store.putHome(name, QStringLiteral("YES:NO:YES:0"));
+    rig.writeServerFile();
+    rig.store.putHome("Settings", "NO:59:Minutes/s:" + region + ":36");
+    for (const std::string& name : services) {
+        rig.store.putHome(name, "YES:NO:YES:0");
     }
     CVL_Server& server = rig.server();
     server.setRandomSource([] { return 0.5; });
@@ -64,15 +56,13 @@ inline CVL_Server& startServer(test::ServerRig& rig, const QStringList& services
 
 } // namespace cvl::fuzz
 
-// Each target keeps its world in one State, made on the fuzzer's first call once the
-// application object that its sockets and the event loop need is there.
+// Each target keeps its world in one State, made on the fuzzer's first call.
 #define CHRONVALE_FUZZ_STATE(StateType)                                                            \
     namespace {                                                                                    \
     StateType* state = nullptr;                                                                    \
     }                                                                                              \
-    extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {                                 \
+    extern "C" int LLVMFuzzerInitialize(int*, char***) {                                           \
         cvl::fuzz::prepareProcess();                                                               \
-        static QCoreApplication app(*argc, *argv);                                                 \
         static StateType instance;                                                                 \
         state = &instance;                                                                         \
         return 0;                                                                                  \

@@ -14,9 +14,8 @@
 #include "services/time_service.h"
 #include "services/unix_time_service.h"
 
-#include <QDateTime>
-#include <QUdpSocket>
-#include <QtEndian>
+#include "timebase/calendar.h"
+
 #include <memory>
 #include <vector>
 
@@ -33,12 +32,10 @@ struct Scene {
 
 struct State {
     State() {
-        sink.bind(QHostAddress::LocalHost, 0); // takes the answers, never read
-        const QStringList services{QStringLiteral("NTP37"), QStringLiteral("DTS13"),
-                                   QStringLiteral("UNIX519")};
+        sink.bind(0); // takes the answers, never read
+        const std::vector<std::string> services{"NTP37", "DTS13", "UNIX519"};
         for (Scene* scene : {&unset, &set}) {
-            CVL_Server& server =
-                fuzz::startServer(scene->rig, services, QStringLiteral("EU"), sink.localPort());
+            CVL_Server& server = fuzz::startServer(scene->rig, services, "EU", sink.localPort());
             scene->time = std::make_unique<TimeService>(server);
             scene->daytime = std::make_unique<DaytimeService>(server, scene->rig.clock);
             scene->unixTime = std::make_unique<UnixTimeService>(server);
@@ -46,7 +43,8 @@ struct State {
         set.rig.server().setTimeSynced();
     }
 
-    QUdpSocket sink;
+    std::unique_ptr<EventLoop> loop = makeEventLoop();
+    DatagramSocket sink{*loop};
     Scene unset;
     Scene set;
 };
@@ -64,10 +62,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Scene& s = (scene & 4) != 0 ? state->set : state->unset;
     CVL_Server& server = s.rig.server();
     server.setUseJulian((scene & 8) != 0);
-    const QDateTime now = QDateTime(QDate(1900, 1, 1), QTime(0, 0), Qt::UTC)
-                              .addSecs(qFromBigEndian<quint32>(data + 1));
-    s.rig.clock.set({now.date().year(), now.date().month(), now.date().day(), now.time().hour(),
-                     now.time().minute(), now.time().second()});
+    const std::uint32_t since1900 = static_cast<std::uint32_t>(data[1]) << 24 |
+                                    static_cast<std::uint32_t>(data[2]) << 16 |
+                                    static_cast<std::uint32_t>(data[3]) << 8 | data[4];
+    const std::int64_t days = since1900 / 86400;
+    const std::int64_t second = since1900 % 86400;
+    const CivilDate date = civilFromDays(daysFromCivil(1900, 1, 1) + days);
+    s.rig.clock.set({date.year, date.month, date.day, static_cast<int>(second / 3600),
+                     static_cast<int>(second / 60 % 60), static_cast<int>(second % 60)});
 
     // Exactly as long as the datagram, so that a read past its end is caught.
     const std::vector<char> bytes(data + header, data + size);

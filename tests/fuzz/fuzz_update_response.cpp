@@ -8,14 +8,25 @@
 //         bit 1  a server file is in place to start with
 //         bits 2-7 the answers to the questions, in turn
 // Byte 1: the longest arrival; 0 for the whole response in one. The rest: the response.
+#include "core/cvl_server.h"
 #include "fuzz_support.h"
+#include "loop_waits.h"
+#include "platform/event_loop.h"
+#include "platform/file_path.h"
 #include "platform/prompter.h"
 #include "platform_fakes.h"
-#include "qt_dispatched_loop.h"
+#include "temp_folder.h"
 #include "update/update_check.h"
 
-#include <QFile>
-#include <QTemporaryDir>
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
 using namespace cvl;
 
@@ -23,14 +34,14 @@ namespace {
 
 class Host final : public UpdateHost {
 public:
-    [[nodiscard]] QString windowCaption() const override { return caption; }
-    void setWindowCaption(const QString& text) override { caption = text; }
-    [[nodiscard]] QString windowTitle() const override { return CVL_Server::fixedTitle(); }
+    [[nodiscard]] std::string windowCaption() const override { return caption; }
+    void setWindowCaption(const std::string& text) override { caption = text; }
+    [[nodiscard]] std::string windowTitle() const override { return CVL_Server::fixedTitle(); }
     void setCheckUpdateEnabled(bool on) override { enabled = on; }
     [[nodiscard]] bool checkUpdateEnabled() const override { return enabled; }
     void serverFileDownloaded() override {}
 
-    QString caption;
+    std::string caption;
     bool enabled = false;
 };
 
@@ -46,13 +57,14 @@ public:
 };
 
 struct State {
-    test::QtDispatchedLoop dispatched;
-    QTemporaryDir folder;
-    QString serverFile = folder.filePath(QStringLiteral("QBK_CVLS4.CVL"));
+    std::unique_ptr<EventLoop> loop = makeEventLoop();
+    test::TempFolder folder;
+    std::string serverFile = folder.filePath("QBK_CVLS4.CVL");
+    std::string updater = folder.filePath("QBKUpdate");
 };
 
 // A version file naming no newer program and a server file of another size.
-const QByteArray kAsksForServerFile = "\r\n\r\nCVL-:-0-:-x-:-y-:--1-:-z";
+constexpr std::string_view kAsksForServerFile = "\r\n\r\nCVL-:-0-:-x-:-y-:--1-:-z";
 
 } // namespace
 
@@ -62,19 +74,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 2) {
         return 0;
     }
+    fuzz::require(state->loop != nullptr);
     const std::uint8_t flags = data[0];
-    QFile::remove(state->serverFile);
+    std::error_code ignored;
+    std::filesystem::remove(filePath(state->serverFile), ignored);
     if ((flags & 2) != 0) {
-        QFile file(state->serverFile);
-        fuzz::require(file.open(QIODevice::WriteOnly) && file.write("h1\r\n") == 4);
+        fuzz::require(test::writeFile(state->serverFile, "h1\r\n"));
     }
 
     Host host;
     AnsweringPrompter prompter;
     test::FakeLauncher launcher;
     // Port 0: the connection is refused at once, whenever the check starts a new exchange.
-    UpdateCheck check(state->dispatched.loop, host, prompter, launcher, state->folder.path(),
-                      QStringLiteral("127.0.0.1"), 0, CVL_Server::AppVersion());
+    UpdateCheck check(*state->loop, host, prompter, launcher, {state->serverFile, state->updater},
+                      "127.0.0.1", 0, CVL_Server::AppVersion());
     if ((flags & 1) != 0) {
         prompter.answers = ~0u;
         check.saveIT(kAsksForServerFile);
@@ -84,23 +97,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     prompter.answers = flags >> 2;
 
     // Pseudo-random arrival sizes from 1 to byte 1, the same for the same input.
-    const std::size_t longest = data[1] == 0 ? size : data[1];
     std::uint32_t seed = data[1] * 2654435761u + static_cast<std::uint32_t>(size);
     for (std::size_t at = 2; at < size;) {
         seed = seed * 1664525u + 1013904223u;
-        const std::size_t length = std::min<std::size_t>(1 + (seed >> 8) % longest, size - at);
-        check.received(
-            QByteArray(reinterpret_cast<const char*>(data + at), static_cast<qsizetype>(length)));
+        const std::size_t length =
+            data[1] == 0 ? size - at : std::min<std::size_t>(1 + (seed >> 8) % data[1], size - at);
+        // Its own buffer, exactly as long as the arrival, so that a read past its end is caught.
+        const std::vector<char> arrival(data + at, data + at + length);
+        check.received(std::string_view(arrival.data(), arrival.size()));
         at += length;
     }
-    // The version file is acted on once the socket has settled; a refused reconnection
-    // reports itself through the loop as well.
-    for (int round = 0; round < 3; ++round) {
-        QCoreApplication::processEvents();
-    }
+    // The version file is acted on once the socket has settled, on a timer already due; a
+    // refused reconnection is told at once.
+    test::runFor(*state->loop, std::chrono::milliseconds(0));
     // The updater is the only program ever started.
-    for (const QStringList& started : launcher.started) {
-        fuzz::require(started.first() == state->folder.filePath(QStringLiteral("QBKUpdate")));
+    for (const auto& started : launcher.started) {
+        fuzz::require(!started.empty() && started.front() == state->updater);
     }
     return 0;
 }

@@ -23,3 +23,11 @@ TEST(Utf8, ValidityAndLatin1) {
     }
     EXPECT_EQ(utf8::fromLatin1("\xE9t\xE9 \xFF"), "\xC3\xA9t\xC3\xA9 \xC3\xBF");
 }
+
+TEST(Utf8, TrimsAsciiAndUnicodeSpaceAtBothEndsOnly) {
+    EXPECT_EQ(utf8::trimmed(" \t time.example \r\n"), "time.example");
+    EXPECT_EQ(utf8::trimmed("\xC2\xA0\xE2\x80\x89host a\xE3\x80\x80"), "host a");
+    EXPECT_EQ(utf8::trimmed("\xE2\x80\x8B x"), "\xE2\x80\x8B x"); // a zero-width space is no space
+    EXPECT_EQ(utf8::trimmed(" \xC2\x85 "), "");
+    EXPECT_EQ(utf8::trimmed("\xC3\xA9"), "\xC3\xA9");
+}

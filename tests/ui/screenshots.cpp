@@ -3,17 +3,16 @@
 // The overview is taken twice: waiting for a first answer that is overdue (window-1-
 // unsynchronised.png, with the Daytime port conflict in the status line), then synchronised
 // (window-1.png). The reference servers are on loopback: nothing leaves this machine.
+#include "desktop_rig.h"
 #include "loopback.h"
 #include "reference_responder.h"
-#include "server_rig.h"
-#include "ui/config_dialog.h"
-#include "ui/desktop_front_end.h"
-#include "ui/server_window.h"
+#include "ui/qt/config_dialog.h"
+#include "ui/qt/desktop_front_end.h"
+#include "ui/qt/server_window.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QStyleFactory>
-#include <QTcpServer>
 #include <QTest>
 
 using namespace cvl;
@@ -38,25 +37,25 @@ int main(int argc, char* argv[]) {
     }
     QDir().mkpath(out);
 
-    test::ReferenceResponder reference;
+    test::DesktopRig rig;
+    test::ReferenceResponder reference(*rig.loop);
     reference.holding = true;
     // 2004-01-01 00:00:00.0012 UTC, just after the fake clock's time: a plausible offset.
     reference.fixed = {{3281904000u, 5153960u}};
     // Daytime's port is taken, so that the two-line conflict shows in the status line.
-    QTcpServer blocker;
-    const quint16 daytimePort = test::freePort();
-    blocker.listen(QHostAddress::Any, daytimePort);
+    auto blocker = std::make_unique<StreamListener>(*rig.loop);
+    const std::uint16_t daytimePort = test::freePort(*rig.loop);
+    blocker->listen(daytimePort);
 
-    test::ServerRig rig;
     rig.options.referencePort = reference.port();
     rig.writeServerFile(
         {"127.0.0.1:::NIST Gaithersburg, USA NA:::0:::", "127.0.0.1:::NRC Ottawa, Canada NA:::1:::",
          "127.0.0.1:::PTB Braunschweig, Germany EU:::8:::"});
     for (const ServiceRow& row : serviceTable()) {
-        rig.store.putHome(QLatin1String(row.registryValue),
-                          QStringLiteral("YES:YES:YES:%1").arg(test::freePort()));
+        rig.store.putHome(row.registryValue,
+                          "YES:YES:YES:" + std::to_string(test::freePort(*rig.loop)));
     }
-    rig.store.putHome("DTS13", QStringLiteral("YES:YES:NO:%1").arg(daytimePort));
+    rig.store.putHome("DTS13", "YES:YES:NO:" + std::to_string(daytimePort));
     rig.store.putHome("Settings", "YES:59:Minutes/s:NA:36");
     CVL_Server& server = rig.server();
     DesktopFrontEnd front;
@@ -67,13 +66,13 @@ int main(int argc, char* argv[]) {
 
     ServerWindow& window = front.window();
     window.CVLSelected(1);
-    (void)QTest::qWaitFor([&] { return !server.unansweredText().isEmpty(); },
+    (void)QTest::qWaitFor([&] { return !server.unansweredText().empty(); },
                           CVL_Server::kUnansweredAfterMs + 2000);
     QTest::qWait(250);
     window.grab().save(out + QStringLiteral("/window-1-unsynchronised.png"));
     window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray-unsynchronised.png"));
 
-    blocker.close();
+    blocker.reset();
     server.listeners().portKeyPressed(ServiceId::Daytime, 13);
     reference.release();
     (void)QTest::qWaitFor([&] { return server.TimeSynced(); }, 3000);

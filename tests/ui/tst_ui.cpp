@@ -3,16 +3,18 @@
 // draw. The windows: the tree and controls that start-up builds, clicks in the window reaching
 // the controller, what the pages and the tray say before and after the first synchronisation,
 // a status line that keeps its place, and the configuration dialog's rules.
+#include "desktop_rig.h"
 #include "log/request_log.h"
 #include "loopback.h"
+#include "platform/linux/epoll_event_loop.h"
 #include "reference_responder.h"
 #include "server_rig.h"
 #include "sync/time_query.h"
-#include "ui/config_dialog.h"
-#include "ui/desktop_front_end.h"
-#include "ui/qbk_buttons.h"
+#include "ui/qt/config_dialog.h"
+#include "ui/qt/desktop_front_end.h"
+#include "ui/qt/qbk_buttons.h"
 #include "ui/qt/qt_text.h"
-#include "ui/server_window.h"
+#include "ui/qt/server_window.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -21,7 +23,6 @@
 #include <QPainter>
 #include <QStatusBar>
 #include <QTableWidget>
-#include <QTcpServer>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -85,21 +86,21 @@ class TestUi : public QObject {
     Q_OBJECT
 
     // The reference server on loopback holds its answers until a test releases them.
+    std::unique_ptr<test::DesktopRig> rig;
     std::unique_ptr<test::ReferenceResponder> reference;
-    std::unique_ptr<test::ServerRig> rig;
     std::unique_ptr<DesktopFrontEnd> front;
 
     void startWith(const QString& region, bool hidden = false, const QString& daytime = QString()) {
-        reference = std::make_unique<test::ReferenceResponder>();
+        rig = std::make_unique<test::DesktopRig>();
+        reference = std::make_unique<test::ReferenceResponder>(*rig->loop);
         reference->holding = true;
-        rig = std::make_unique<test::ServerRig>();
         rig->options.referencePort = reference->port();
         rig->writeServerFile();
-        rig->store.putHome("NTP37", QString("YES:YES:YES:%1").arg(test::freePort()));
-        rig->store.putHome("SNTP123", QString("YES:NO:YES:%1").arg(test::freePort()));
+        rig->store.putHome("NTP37", "YES:YES:YES:" + std::to_string(test::freePort(*rig->loop)));
+        rig->store.putHome("SNTP123", "YES:NO:YES:" + std::to_string(test::freePort(*rig->loop)));
         if (!daytime.isEmpty())
-            rig->store.putHome("DTS13", daytime);
-        rig->store.putHome("Settings", "NO:59:Minutes/s:" + region + ":36");
+            rig->store.putHome("DTS13", daytime.toStdString());
+        rig->store.putHome("Settings", "NO:59:Minutes/s:" + region.toStdString() + ":36");
         rig->store.putHome("EnableLogging", "NO");
         front = std::make_unique<DesktopFrontEnd>();
         front->build(rig->server());
@@ -112,8 +113,8 @@ class TestUi : public QObject {
 private slots:
     void cleanup() {
         front.reset();
-        rig.reset();
         reference.reset();
+        rig.reset();
     }
 
     void startUpBuildsTreeAndControls() {
@@ -222,9 +223,10 @@ private slots:
     void statusLineKeepsItsPlace() {
         // Daytime's TCP port is taken: the two-line conflict text comes, and goes once Enter
         // opens the service after the port is free again.
-        QTcpServer blocker;
-        const quint16 port = test::freePort();
-        QVERIFY(blocker.listen(QHostAddress::Any, port));
+        EpollEventLoop blockerLoop;
+        auto blocker = std::make_unique<StreamListener>(blockerLoop);
+        const quint16 port = test::freePort(blockerLoop);
+        QCOMPARE(blocker->listen(port), StreamListener::ListenResult::Listening);
         startWith("NA", false, QString("YES:YES:NO:%1").arg(port));
         ServerWindow& window = front->window();
         auto* status = find<QLabel>(&window, "Status");
@@ -234,7 +236,7 @@ private slots:
         const int height = status->height();
         const QRect content = window.centralWidget()->geometry();
 
-        blocker.close();
+        blocker.reset();
         rig->server().listeners().portKeyPressed(ServiceId::Daytime, 13);
         QCOMPARE(status->text(), QString());
         QCOMPARE(status->toolTip(), QString());
@@ -256,7 +258,7 @@ private slots:
         QFETCH(QString, region);
         startWith(region);
         CVL_ConfigSVR& dialog = front->configDialog();
-        QCOMPARE(dialog.windowTitle(), "CONFIG - " + rig->server().windowCaption());
+        QCOMPARE(dialog.windowTitle(), "CONFIG - " + toQString(rig->server().windowCaption()));
         auto* regions = find<QComboBox>(&dialog, "Regions");
         QTEST(regions->currentIndex(), "index");
         QCOMPARE(regions->placeholderText(), QStringLiteral("North America NA"));

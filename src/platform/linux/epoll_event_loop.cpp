@@ -246,4 +246,9 @@ void EpollEventLoop::armTimerFd() {
     ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &arming, nullptr);
 }
 
+std::unique_ptr<EventLoop> makeEventLoop() {
+    auto loop = std::make_unique<EpollEventLoop>();
+    return loop->isValid() ? std::move(loop) : nullptr;
+}
+
 } // namespace cvl

@@ -2,7 +2,7 @@
 
 #include "platform/ini_file.h"
 #include "platform/linux/atomic_file.h"
-#include "platform/linux/xdg_autostart.h"
+#include "platform/linux/xdg_folders.h"
 
 #include <cerrno>
 #include <cstdlib>

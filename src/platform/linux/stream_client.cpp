@@ -93,6 +93,9 @@ void StreamClient::readable() {
         fail();
     } else if (end == ReadEnd::Ended) {
         close();
+        if (onEnded) {
+            onEnded();
+        }
     }
 }
 

@@ -67,6 +67,14 @@ void StreamConnection::close() {
     }
 }
 
+void StreamConnection::reset() {
+    if (socket_ >= 0) {
+        const linger now{1, 0};
+        ::setsockopt(static_cast<int>(socket_), SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    }
+    abort();
+}
+
 void StreamConnection::abort() {
     ++generation_;
     watch_.reset();

@@ -13,6 +13,9 @@ public:
     [[nodiscard]] std::string hostName() const override;
     [[nodiscard]] std::string localAddress() const override;
     [[nodiscard]] std::string programFolder() const override { return programFolder_; }
+    [[nodiscard]] std::string updaterProgram() const override {
+        return programFolder_ + "/QBKUpdate";
+    }
     [[nodiscard]] std::string programCommand() const override { return programCommand_; }
 
 private:

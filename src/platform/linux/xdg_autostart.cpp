@@ -38,14 +38,4 @@ bool XdgAutostart::remove() {
     return ::unlink(entryPath().c_str()) == 0;
 }
 
-std::string xdgConfigHome() {
-    const char* fromEnvironment = std::getenv("XDG_CONFIG_HOME");
-    // A relative path there does not count: the XDG rules ignore it.
-    if (fromEnvironment != nullptr && *fromEnvironment == '/') {
-        return fromEnvironment;
-    }
-    const char* home = std::getenv("HOME");
-    return std::string(home != nullptr ? home : "") + "/.config";
-}
-
 } // namespace cvl

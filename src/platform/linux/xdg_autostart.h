@@ -20,7 +20,4 @@ private:
     std::string configHome_;
 };
 
-// $XDG_CONFIG_HOME when it is an absolute path, or ~/.config.
-[[nodiscard]] std::string xdgConfigHome();
-
 } // namespace cvl

@@ -1,10 +1,10 @@
-#include "ui/overview_page.h"
+#include "ui/qt/overview_page.h"
 #include "ui/qt/qt_text.h"
 
 #include "core/cvl_server.h"
 #include "log/request_log.h"
 #include "sync/time_query.h"
-#include "ui/service_page.h"
+#include "ui/qt/service_page.h"
 
 #include <QFormLayout>
 #include <QHeaderView>
@@ -102,7 +102,7 @@ void OverviewPage::refresh() {
                               .arg(toQString(server_.askedServer()),
                                    toQString(generalDateText(server_.askedAt()))));
     nextTry_->setText(tr("in %1 s").arg(server_.secondsToNextSync()));
-    unanswered_->setText(server_.unansweredText());
+    unanswered_->setText(toQString(server_.unansweredText()));
     message_->setText(
         query.SyncMessage().empty()
             ? tr("none yet")
@@ -114,7 +114,7 @@ void OverviewPage::refresh() {
                                        toQString(query.RefServerIP()),
                                        toQString(generalDateText(query.LastSyncTime()))));
     form_->setRowVisible(asked_, !synced);
-    form_->setRowVisible(unanswered_, !server_.unansweredText().isEmpty());
+    form_->setRowVisible(unanswered_, !server_.unansweredText().empty());
     form_->setRowVisible(message_, synced);
     form_->setRowVisible(reference_, synced);
 

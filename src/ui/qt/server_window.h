@@ -4,6 +4,8 @@
 // minimising hides it there when the desktop has a tray.
 #pragma once
 
+#include "core/server_observer.h"
+
 #include <QIcon>
 #include <QMainWindow>
 #include <QPointer>
@@ -25,7 +27,7 @@ class OverviewPage;
 class ServicePage;
 class TrafficLamps;
 
-class ServerWindow final : public QMainWindow {
+class ServerWindow final : public QMainWindow, private ServerObserver {
     Q_OBJECT
 public:
     explicit ServerWindow(CVL_Server& server, QWidget* parent = nullptr);
@@ -53,6 +55,18 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void statusTextChanged(const std::string& text) override;
+    void timeZoneChanged(const std::string& zoneName) override;
+    void serversChanged() override { refreshServers(); }
+    void selectedServerChanged(int index) override;
+    void tipTextChanged(const std::string& visibleTip) override;
+    void syncMessageChanged(const std::string& message) override;
+    void checkingChanged(bool checking) override;
+    void windowCaptionChanged(const std::string& caption) override;
+    void serviceChanged(ServiceId) override { refresh(); }
+    // Who was asked, and whether the answer is overdue, show at once on the overview.
+    void unansweredChanged(const std::string&) override { refresh(); }
+
     QWidget* buildSyncPanel();
     QWidget* buildAboutPage();
     QWidget* buildAdvancedPage();

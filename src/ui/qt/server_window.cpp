@@ -1,13 +1,13 @@
-#include "ui/server_window.h"
+#include "ui/qt/server_window.h"
 #include "ui/qt/qt_text.h"
 
 #include "core/cvl_server.h"
 #include "log/request_log.h"
 #include "sync/time_query.h"
-#include "ui/overview_page.h"
-#include "ui/painted_images.h"
-#include "ui/service_page.h"
-#include "ui/traffic_lamps.h"
+#include "ui/qt/overview_page.h"
+#include "ui/qt/painted_images.h"
+#include "ui/qt/service_page.h"
+#include "ui/qt/traffic_lamps.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -122,7 +122,7 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
     , displayTimer_(new QTimer(this))
     , refreshTimer_(new QTimer(this)) {
     setObjectName(QStringLiteral("CVL_Server"));
-    setWindowTitle(server_.windowCaption());
+    setWindowTitle(toQString(server_.windowCaption()));
     setWindowIcon(applicationIcon());
 
     // The service tree and its pages.
@@ -172,31 +172,7 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
     refreshTimer_->setInterval(200);
     connect(refreshTimer_, &QTimer::timeout, this, &ServerWindow::poll);
     refreshTimer_->start();
-    connect(&server_, &CVL_Server::serviceChanged, this, &ServerWindow::refresh);
-    connect(&server_, &CVL_Server::statusTextChanged, this,
-            [this](const QString& text) { static_cast<StatusLine*>(status_)->showStatus(text); });
-    connect(&server_, &CVL_Server::timeZoneChanged, this,
-            [this](const QString& zone) { zone_->setText(QStringLiteral(" Time Zone: ") + zone); });
-    connect(&server_, &CVL_Server::serversChanged, this, &ServerWindow::refreshServers);
-    connect(&server_, &CVL_Server::selectedServerChanged, servers_, &QComboBox::setCurrentIndex);
-    connect(&server_, &CVL_Server::syncMessageChanged, this, [this] {
-        servers_->setToolTip(toQString(server_.timeQuery().serverToolTip()));
-        refresh(); // the tray's icon with it, even while the window is hidden
-    });
-    // Who was asked, and whether the answer is overdue, show at once on the overview.
-    connect(&server_, &CVL_Server::unansweredChanged, this, &ServerWindow::refresh);
-    connect(&server_, &CVL_Server::checkingChanged, this, [this](bool checking) {
-        // A hidden window shows no activity.
-        activity_->setPixmap(activityIcon(checking && isVisible()).pixmap(24, 24));
-        refresh();
-    });
-    connect(&server_, &CVL_Server::windowCaptionChanged, this, &QWidget::setWindowTitle);
-    connect(&server_, &CVL_Server::tipTextChanged, this, [this](const QString& tip) {
-        refreshTrayIcon();
-        if (tray_ != nullptr) {
-            tray_->setToolTip(tip);
-        }
-    });
+    server_.addObserver(*this);
 
     displayTimer_->setInterval(1000);
     connect(displayTimer_, &QTimer::timeout, this, &ServerWindow::tick);
@@ -208,9 +184,44 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
 }
 
 ServerWindow::~ServerWindow() {
+    server_.removeObserver(*this);
     displayTimer_->stop();
     if (tray_ != nullptr) {
         tray_->hide();
+    }
+}
+
+void ServerWindow::statusTextChanged(const std::string& text) {
+    static_cast<StatusLine*>(status_)->showStatus(toQString(text));
+}
+
+void ServerWindow::timeZoneChanged(const std::string& zoneName) {
+    zone_->setText(QStringLiteral(" Time Zone: ") + toQString(zoneName));
+}
+
+void ServerWindow::selectedServerChanged(int index) {
+    servers_->setCurrentIndex(index);
+}
+
+void ServerWindow::syncMessageChanged(const std::string&) {
+    servers_->setToolTip(toQString(server_.timeQuery().serverToolTip()));
+    refresh(); // the tray's icon with it, even while the window is hidden
+}
+
+void ServerWindow::checkingChanged(bool checking) {
+    // A hidden window shows no activity.
+    activity_->setPixmap(activityIcon(checking && isVisible()).pixmap(24, 24));
+    refresh();
+}
+
+void ServerWindow::windowCaptionChanged(const std::string& caption) {
+    setWindowTitle(toQString(caption));
+}
+
+void ServerWindow::tipTextChanged(const std::string& visibleTip) {
+    refreshTrayIcon();
+    if (tray_ != nullptr) {
+        tray_->setToolTip(toQString(visibleTip));
     }
 }
 
@@ -273,12 +284,14 @@ QWidget* ServerWindow::buildSyncPanel() {
             syncN_->setText(kept);
         }
     });
-    connect(syncN_, &QLineEdit::returnPressed, &server_, &CVL_Server::syncNEntered);
-    connect(syncUnit_, &QComboBox::textActivated, &server_,
+    connect(syncN_, &QLineEdit::returnPressed, this, [this] { server_.syncNEntered(); });
+    connect(syncUnit_, &QComboBox::textActivated, this,
             [this](const QString& unit) { server_.syncUnitChosen(unit.toStdString()); });
-    connect(randomCheck_, &QCheckBox::clicked, &server_, &CVL_Server::setRandomCheck);
-    connect(servers_, &QComboBox::activated, &server_, &CVL_Server::selectServer);
-    connect(syncNow, &QPushButton::clicked, &server_, &CVL_Server::SyncTimeNow);
+    connect(randomCheck_, &QCheckBox::clicked, this,
+            [this](bool on) { server_.setRandomCheck(on); });
+    connect(servers_, &QComboBox::activated, this,
+            [this](int index) { server_.selectServer(index); });
+    connect(syncNow, &QPushButton::clicked, this, [this] { server_.SyncTimeNow(); });
     return panel;
 }
 
@@ -298,7 +311,7 @@ QWidget* ServerWindow::buildAboutPage() {
            "when random choice is on.</p>"
            "<p>Requests are logged day by day in <tt>Logs/</tt> of the program folder. A port "
            "change counts once Enter is pressed in the port box.</p>")
-            .arg(CVL_Server::fixedTitle()));
+            .arg(toQString(CVL_Server::fixedTitle())));
     auto* layout = new QVBoxLayout(page);
     layout->addWidget(text);
     layout->addStretch();
@@ -353,7 +366,7 @@ void ServerWindow::buildTray() {
         raise();
         activateWindow();
     });
-    menu->addAction(tr("Synchronize Now"), &server_, &CVL_Server::SyncTimeNow);
+    menu->addAction(tr("Synchronize Now"), this, [this] { server_.SyncTimeNow(); });
     menu->addSeparator();
     menu->addAction(tr("Exit"), qApp, &QCoreApplication::quit);
     tray_->setContextMenu(menu);

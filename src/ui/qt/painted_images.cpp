@@ -1,4 +1,4 @@
-#include "ui/painted_images.h"
+#include "ui/qt/painted_images.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,4 +1,4 @@
-#include "ui/qbk_buttons.h"
+#include "ui/qt/qbk_buttons.h"
 
 #include <QApplication>
 #include <QDesktopServices>

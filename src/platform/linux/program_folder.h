@@ -4,27 +4,27 @@
 // folder of the machine (root) or of the user.
 #pragma once
 
-#include <QString>
+#include <string>
 
 namespace cvl {
 
 // The machine's program folder for an installed copy run by root.
-inline const QString kSystemProgramFolder = QStringLiteral("/var/lib/chronvale-server");
+inline constexpr const char* kSystemProgramFolder = "/var/lib/chronvale-server";
 
 // The server file an installed copy ships, relative to the executable's folder
 // (<prefix>/share/chronvale-server/QBK_CVLS4.CVL), whether or not it is there.
-[[nodiscard]] QString installedServerFile(const QString& executableFolder);
+[[nodiscard]] std::string installedServerFile(const std::string& executableFolder);
 
 // The program folder when --data-dir names none: the executable's folder when it is writable
 // and not part of an installed copy; otherwise kSystemProgramFolder for root and
 // <dataHome>/chronvale-server for anybody else. Root may write to bin/ as well, which is why
 // an installed layout counts as well as the folder's permissions.
-[[nodiscard]] QString defaultProgramFolder(const QString& executableFolder, bool root,
-                                           const QString& dataHome);
+[[nodiscard]] std::string defaultProgramFolder(const std::string& executableFolder, bool root,
+                                               const std::string& dataHome);
 
 // Puts a copy of `shippedFile` into the program folder when that has no server file yet, so
 // that a fresh install synchronises without asking the update server first. A file already
 // there is never replaced. Returns whether the folder holds a server file afterwards.
-bool provideServerFile(const QString& programFolder, const QString& shippedFile);
+bool provideServerFile(const std::string& programFolder, const std::string& shippedFile);
 
 } // namespace cvl

@@ -1,4 +1,4 @@
-#include "ui/service_page.h"
+#include "ui/qt/service_page.h"
 #include "ui/qt/qt_text.h"
 
 #include "core/cvl_server.h"

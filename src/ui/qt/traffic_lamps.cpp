@@ -1,4 +1,4 @@
-#include "ui/traffic_lamps.h"
+#include "ui/qt/traffic_lamps.h"
 
 #include <QPainter>
 #include <QTimer>

@@ -34,6 +34,9 @@ public:
     [[nodiscard]] Prompter& prompter() override { return prompter_; }
     void build(CVL_Server& server) override;
     void startUp(bool startHidden) override;
+    // Qt's loop, dispatching the server's.
+    int run(EventLoop& loop) override;
+    void quit(EventLoop& loop) override;
     void release() override;
     bool showWindow() override;
     [[nodiscard]] bool raisesRunningCopy() const override { return true; }

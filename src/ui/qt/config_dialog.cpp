@@ -1,9 +1,9 @@
-#include "ui/config_dialog.h"
+#include "ui/qt/config_dialog.h"
 #include "ui/qt/qt_text.h"
 
 #include "core/cvl_server.h"
-#include "ui/painted_images.h"
-#include "ui/qbk_buttons.h"
+#include "ui/qt/painted_images.h"
+#include "ui/qt/qbk_buttons.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -108,22 +108,33 @@ CVL_ConfigSVR::CVL_ConfigSVR(CVL_Server& server, QWidget* mainWindow)
     // activated, not currentIndexChanged: picking the same region again recomputes the choice.
     connect(regions_, &QComboBox::textActivated, this,
             [this](const QString& text) { server_.setRegionCode(text.left(2).toStdString()); });
-    connect(openMinimized_, &QCheckBox::clicked, &server_, &CVL_Server::setOpenMinimized);
-    connect(logging_, &QCheckBox::clicked, &server_, &CVL_Server::setEnableLogging);
-    connect(runAtStart_, &QCheckBox::clicked, &server_, &CVL_Server::setRunAtStartup);
-    connect(selTimeZone_, &QAbstractButton::clicked, &server_, &CVL_Server::openDateTimeSettings);
-    connect(checkUpdate_, &QAbstractButton::clicked, &server_, &CVL_Server::checkForUpdates);
+    connect(openMinimized_, &QCheckBox::clicked, this,
+            [this](bool on) { server_.setOpenMinimized(on); });
+    connect(logging_, &QCheckBox::clicked, this, [this](bool on) { server_.setEnableLogging(on); });
+    connect(runAtStart_, &QCheckBox::clicked, this,
+            [this](bool on) { server_.setRunAtStartup(on); });
+    connect(selTimeZone_, &QAbstractButton::clicked, this,
+            [this] { server_.openDateTimeSettings(); });
+    connect(checkUpdate_, &QAbstractButton::clicked, this, [this] { server_.checkForUpdates(); });
     connect(ok_, &QAbstractButton::clicked, this, &QDialog::close);
-    connect(&server_, &CVL_Server::checkUpdateEnabledChanged, checkUpdate_, &QWidget::setEnabled);
+    server_.addObserver(*this);
 
     Form_Load(mainWindow);
+}
+
+CVL_ConfigSVR::~CVL_ConfigSVR() {
+    server_.removeObserver(*this);
+}
+
+void CVL_ConfigSVR::checkUpdateEnabledChanged(bool enabled) {
+    checkUpdate_->setEnabled(enabled);
 }
 
 void CVL_ConfigSVR::Form_Load(QWidget* mainWindow) {
     if (mainWindow != nullptr) {
         setWindowIcon(mainWindow->windowIcon());
     }
-    setWindowTitle(QStringLiteral("CONFIG - ") + server_.windowCaption());
+    setWindowTitle(QStringLiteral("CONFIG - ") + toQString(server_.windowCaption()));
     regions_->addItems(regionEntries());
     // An unknown code leaves the list on its design text, which is none of the entries;
     // nothing is stored until a region is picked.

@@ -4,6 +4,8 @@
 // Cancel. Loading the dialog changes no setting.
 #pragma once
 
+#include "core/server_observer.h"
+
 #include <QDialog>
 
 class QAbstractButton;
@@ -17,12 +19,14 @@ class CVL_Server;
 // The region list, in its order; the first two characters of each entry are its code.
 [[nodiscard]] const QStringList& regionEntries();
 
-class CVL_ConfigSVR final : public QDialog {
+class CVL_ConfigSVR final : public QDialog, private ServerObserver {
     Q_OBJECT
 public:
     CVL_ConfigSVR(CVL_Server& server, QWidget* mainWindow);
+    ~CVL_ConfigSVR() override;
 
 private:
+    void checkUpdateEnabledChanged(bool enabled) override;
     void Form_Load(QWidget* mainWindow);
 
     CVL_Server& server_;

@@ -1,10 +1,13 @@
-#include "ui/desktop_front_end.h"
+#include "ui/qt/desktop_front_end.h"
 
 #include "core/cvl_server.h"
-#include "ui/config_dialog.h"
+#include "platform/linux/epoll_event_loop.h"
+#include "ui/qt/config_dialog.h"
+#include "ui/qt/event_loop_notifier.h"
 #include "ui/qt/qt_text.h"
-#include "ui/server_window.h"
+#include "ui/qt/server_window.h"
 
+#include <QCoreApplication>
 #include <QMessageBox>
 
 namespace cvl {
@@ -53,6 +56,16 @@ bool DesktopFrontEnd::showWindow() {
 
 void DesktopFrontEnd::startUp(bool startHidden) {
     window_->startUp(startHidden);
+}
+
+int DesktopFrontEnd::run(EventLoop& loop) {
+    // The desktop exists on Linux only, where the server's loop is the epoll one.
+    const EventLoopNotifier loopInQt(dynamic_cast<EpollEventLoop&>(loop));
+    return QCoreApplication::exec();
+}
+
+void DesktopFrontEnd::quit(EventLoop&) {
+    QCoreApplication::quit();
 }
 
 void DesktopFrontEnd::release() {

@@ -1,0 +1,319 @@
+// The listeners over real loopback sockets: opening and closing by the operator's boxes, the
+// Enter key, port conflicts, the gate before the clock is set, the idle limit, and reuse of
+// closed sockets. The controller's start-up and shutdown around the settings: defaults on a
+// first start, the write-back order, the start-with-the-system entry, the logging override,
+// and a missing server file fetched before anything is opened.
+#include "core/service_listeners.h"
+#include "http_stub.h"
+#include "loopback.h"
+#include "reference_responder.h"
+#include "server_rig.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+using namespace cvl;
+using namespace std::chrono_literals;
+using enum ServiceId;
+using test::LoopbackClient;
+using test::ServerRig;
+
+namespace {
+
+std::string setting(const char* flags, std::uint16_t port) {
+    return std::string(flags) + ':' + std::to_string(port);
+}
+
+// Which of a service's sockets are open: "tcp udp", "tcp -", "- udp" or "- -".
+std::string openSockets(const ServiceListeners& listeners, ServiceId id) {
+    return std::string(listeners.tcpListening(id) ? "tcp " : "- ") +
+           (listeners.udpBound(id) ? "udp" : "-");
+}
+
+void putServices(ServerRig& rig, std::uint16_t port) {
+    rig.writeServerFile();
+    test::MemorySettingsStore& store = rig.store;
+    store.putHome("NTP37", setting("YES:YES:YES", port));
+    store.putHome("SNTP123", "NO:YES:YES:123");
+    store.putHome("UNIX519", "yes:YES:NO:519");
+    store.putHome("CVL3777", "YES:YES:YES");
+    store.putHome("DTS13", "NO:YES:YES:1313");
+}
+
+class Listeners : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(loop);
+        port = test::freePort(*loop);
+    }
+    [[nodiscard]] std::string open(ServiceId id) const { return openSockets(*listeners, id); }
+    bool runUntil(const std::function<bool()>& done) { return test::runUntil(*loop, done); }
+
+    std::unique_ptr<EventLoop> loop = makeEventLoop();
+    std::unique_ptr<ServiceListeners> listeners = std::make_unique<ServiceListeners>(*loop);
+    std::uint16_t port = 0;
+};
+
+TEST_F(Listeners, BoxesFollowTheirRules) {
+    listeners->applySetting(Time, setting("YES:YES:YES", port));
+    listeners->tcpBoxClicked(Time, false);
+    EXPECT_EQ(open(Time), "tcp udp"); // unticking TCP keeps the listener
+
+    listeners->masterClicked(Time, false);
+    EXPECT_EQ(open(Time), "- udp"); // the master box stops TCP only
+    EXPECT_FALSE(listeners->controls(Time).transportBoxesEnabled());
+    listeners->udpBoxClicked(Time, false); // disabled box: ignored
+    EXPECT_TRUE(listeners->controls(Time).udp);
+
+    listeners->masterClicked(Time, true);
+    EXPECT_EQ(open(Time), "- udp"); // the TCP box was left unticked
+    listeners->tcpBoxClicked(Time, true);
+    EXPECT_EQ(open(Time), "tcp udp");
+    listeners->udpBoxClicked(Time, false);
+    EXPECT_EQ(open(Time), "tcp -");
+}
+
+TEST_F(Listeners, EnterRegistersTypedPort) {
+    listeners->applySetting(Time, setting("YES:YES:NO", port));
+    const std::uint16_t newPort = test::freePort(*loop);
+    const auto listening = [this] {
+        return listeners->tcpArray(Time).listener().serverPort();
+    };
+
+    listeners->portTextChanged(Time, std::to_string(newPort));
+    EXPECT_EQ(listeners->controls(Time).portToolTip, kPortChangedTip);
+    listeners->portKeyPressed(Time, U'x');
+    EXPECT_EQ(listening(), port);
+
+    listeners->portKeyPressed(Time, 13);
+    EXPECT_EQ(listening(), newPort);
+    EXPECT_TRUE(listeners->udpBound(Time)) << "Enter opens UDP even with its box unticked";
+    EXPECT_EQ(listeners->udpSocket(Time).localPort(), newPort);
+    EXPECT_EQ(listeners->controls(Time).portToolTip, kPortRegisteredTip);
+
+    // A disabled service only gets the tool tip; the client-protocol box has no handlers.
+    listeners->portKeyPressed(Daytime, 13);
+    EXPECT_EQ(open(Daytime), "- -");
+    EXPECT_EQ(listeners->controls(Daytime).portToolTip, kPortRegisteredTip);
+    listeners->portTextChanged(Client, "1");
+    listeners->portKeyPressed(Client, 13);
+    EXPECT_TRUE(listeners->controls(Client).portToolTip.empty());
+}
+
+TEST_F(Listeners, PortConflictsAndBadPorts) {
+    StreamListener otherTcp(*loop);
+    DatagramSocket otherUdp(*loop);
+    ASSERT_EQ(otherTcp.listen(port), StreamListener::ListenResult::Listening);
+    ASSERT_EQ(otherUdp.bind(port), DatagramSocket::BindResult::Bound);
+
+    std::vector<std::string> status;
+    listeners->onStatusText = [&status](const std::string& text) {
+        status.push_back(text);
+    };
+    listeners->masterClicked(Daytime, true);
+    listeners->portTextChanged(Daytime, std::to_string(port));
+    listeners->portKeyPressed(Daytime, 13);
+    EXPECT_EQ(open(Daytime), "- -");
+    ASSERT_FALSE(status.empty());
+    const std::string p = std::to_string(port);
+    EXPECT_EQ(status.back(),
+              "That address is already in use.  Please select a different port than " + p +
+                  ".\rDAYTIME SERVICE SERVER ERROR - PORT: " + p + " invalid.");
+    // The message is taken back once the Daytime sockets open on a free port.
+    std::vector<std::string> withdrawn;
+    listeners->onStatusTextWithdrawn = [&withdrawn](const std::string& text) {
+        withdrawn.push_back(text);
+    };
+    listeners->portTextChanged(Daytime, std::to_string(test::freePort(*loop)));
+    listeners->portKeyPressed(Daytime, 13);
+    EXPECT_EQ(open(Daytime), "tcp udp");
+    ASSERT_EQ(withdrawn.size(), 1u);
+    EXPECT_EQ(withdrawn.front(), status.back());
+    // At start-up a port in use or out of range leaves the service closed, silently.
+    status.clear();
+    listeners->applySetting(Time, setting("YES:YES:YES", port));
+    listeners->applySetting(Unix, "YES:YES:YES:40000");
+    EXPECT_EQ(open(Time), "- -");
+    EXPECT_EQ(open(Unix), "- -");
+    EXPECT_TRUE(status.empty());
+
+    // Letters give port 0: the system picks a free port.
+    listeners->applySetting(Client, "YES:YES:NO:abc");
+    EXPECT_TRUE(listeners->tcpListening(Client));
+    EXPECT_NE(listeners->tcpArray(Client).listener().serverPort(), 0);
+}
+
+TEST_F(Listeners, NoClientAcceptedBeforeClockIsSet) {
+    listeners->applySetting(Time, setting("YES:YES:NO", port));
+    // Closed while the clock is set, another listener must not stay paused once reopened.
+    const std::uint16_t unixPort = test::freePort(*loop);
+    listeners->applySetting(Unix, setting("YES:YES:NO", unixPort));
+    listeners->masterClicked(Unix, false);
+    LoopbackClient early(*loop, port);
+    ASSERT_TRUE(runUntil([&] { return early.connected; })); // the kernel's backlog holds it
+    test::runFor(*loop, 200ms);
+    EXPECT_EQ(listeners->tcpArray(Time).upperBound(), 0);
+    EXPECT_EQ(listeners->tcpRequests(Time).value(), 0);
+
+    // Once the clock is set, that early client is let go unanswered; new ones are taken.
+    listeners->setTimeSynced();
+    EXPECT_TRUE(runUntil([&] { return early.closed; }));
+    EXPECT_EQ(listeners->tcpArray(Time).upperBound(), 0);
+    LoopbackClient later(*loop, port);
+    EXPECT_TRUE(runUntil([&] { return listeners->tcpArray(Time).upperBound() == 1; }));
+    EXPECT_EQ(listeners->tcpRequests(Time).value(), 1);
+    listeners->masterClicked(Unix, true);
+    LoopbackClient reopened(*loop, unixPort);
+    EXPECT_TRUE(runUntil([&] { return listeners->tcpArray(Unix).upperBound() == 1; }));
+}
+
+TEST_F(Listeners, QuietClientsAreClosed) {
+    listeners = std::make_unique<ServiceListeners>(*loop, 300ms);
+    listeners->setTimeSynced();
+    listeners->applySetting(Client, setting("YES:YES:NO", port));
+    LoopbackClient quiet(*loop, port);
+    LoopbackClient talking(*loop, port);
+    ASSERT_TRUE(runUntil([&] { return listeners->tcpArray(Client).upperBound() == 2; }));
+    for (int i = 0; i < 5; ++i) { // keeps talking across the limit
+        test::runFor(*loop, 100ms);
+        talking.write("x");
+    }
+    EXPECT_TRUE(runUntil([&] { return quiet.closed; }));
+    EXPECT_FALSE(talking.closed);
+}
+
+TEST_F(Listeners, ClosedSocketsAreReused) {
+    listeners->setTimeSynced();
+    listeners->applySetting(Client, setting("YES:YES:NO", port));
+    std::vector<std::string> shown;
+    listeners->onClientShown = [&shown](int, std::string_view address) {
+        shown.emplace_back(address);
+    };
+    TcpSocketArray& array = listeners->tcpArray(Client);
+    std::vector<std::unique_ptr<LoopbackClient>> clients;
+    for (int i = 0; i < 3; ++i) {
+        clients.push_back(std::make_unique<LoopbackClient>(*loop, port));
+    }
+    ASSERT_TRUE(runUntil([&] { return array.upperBound() == 3; }));
+    EXPECT_EQ(listeners->tcpRequests(Client).value(), 3);
+    ASSERT_FALSE(shown.empty());
+    EXPECT_TRUE(shown.back().starts_with("127.0.0.1:"));
+
+    clients.clear();
+    EXPECT_TRUE(runUntil(
+        [&] { return !array.at(1).isOpen() && !array.at(2).isOpen() && !array.at(3).isOpen(); }));
+    EXPECT_EQ(array.freeIndex(), 1);
+    LoopbackClient next(*loop, port);
+    EXPECT_TRUE(runUntil([&] { return array.at(1).isOpen(); }));
+    EXPECT_EQ(array.upperBound(), 3);
+}
+
+TEST(Controller, FirstStartWritesDefaultsInOrder) {
+    ServerRig rig;
+    // Writes fail, so the defaults are only attempted and no privileged port is opened.
+    rig.store.failWrites = ERROR_ACCESS_DENIED;
+    rig.writeServerFile();
+    rig.server().start();
+    EXPECT_EQ(
+        rig.store.journal,
+        (std::vector<std::string>{"set Settings=YES:59:Minutes/s:NA:36", "set NTP37=YES:YES:YES:37",
+                                  "set SNTP123=YES:YES:YES:123", "set UNIX519=YES:YES:NO:519",
+                                  "set CVL3777=YES:YES:NO:3777", "set DTS13=NO:YES:YES:13"}));
+}
+
+TEST(Controller, StartReadsAndShutdownWritesBackInOrder) {
+    ServerRig rig;
+    const std::uint16_t port = test::freePort(*rig.loop);
+    putServices(rig, port);
+    rig.store.putHome("Settings", "NO:5:Second/s:EU:28");
+    rig.store.putHome("EnableLogging", "NO");
+    rig.store.putHome("OpenMinimized", "YES");
+    CVL_Server& server = rig.server();
+    server.start();
+
+    EXPECT_EQ(openSockets(server.listeners(), Time), "tcp udp");
+    EXPECT_EQ(server.syncControls().syncN, "5");
+    EXPECT_EQ(server.RegionCode(), "EU");
+    EXPECT_EQ(server.ntpFirstByte(), 28);
+    EXPECT_TRUE(server.OpenMinimized());
+    EXPECT_TRUE(server.LogEnabled()) << "every start logs";
+    EXPECT_FALSE(server.EnableLogging());
+    server.setEnableLogging(false);
+    EXPECT_FALSE(server.LogEnabled());
+    server.setEnableLogging(true); // written back as the box says now
+
+    rig.store.journal.clear();
+    server.shutdown();
+    EXPECT_EQ(openSockets(server.listeners(), Time), "- -");
+    // Lower-case "yes" and a value of three fields leave a service off; a service left off
+    // keeps its usual port.
+    EXPECT_EQ(rig.store.journal,
+              (std::vector<std::string>{"set Settings=NO:5:Second/s:EU:28", "set OpenMinimized=YES",
+                                        "set EnableLogging=YES",
+                                        "set NTP37=" + setting("YES:YES:YES", port),
+                                        "set UNIX519=NO:NO:NO:519", "set SNTP123=NO:NO:NO:123",
+                                        "set CVL3777=NO:NO:NO:3777", "set DTS13=NO:NO:NO:13"}));
+    server.shutdown(); // a second call changes nothing
+    EXPECT_EQ(rig.store.journal.size(), 8u);
+}
+
+// Ticking the box writes the entry at shutdown, unticking removes it, and a run that leaves
+// the box alone keeps what is there. One store of entries across the runs.
+TEST(Controller, RunEntryAcrossRuns) {
+    test::FakeAutostart autostart;
+    const auto run = [&](const std::vector<bool>& clicks) {
+        ServerRig rig;
+        putServices(rig, test::freePort(*rig.loop));
+        rig.autostart = autostart;
+        rig.server().start();
+        const bool shownTicked = rig.server().RunAtStartup();
+        for (const bool on : clicks) {
+            rig.server().setRunAtStartup(on);
+        }
+        rig.server().shutdown();
+        autostart = rig.autostart;
+        return shownTicked;
+    };
+    EXPECT_FALSE(run({}));
+    EXPECT_EQ(autostart.writes, 0);
+    EXPECT_FALSE(run({true}));
+    EXPECT_TRUE(autostart.present);
+    EXPECT_EQ(autostart.command, test::FakeHostInfo().command);
+    EXPECT_TRUE(run({})); // untouched: still there
+    EXPECT_TRUE(autostart.present);
+    EXPECT_TRUE(run({false}));
+    EXPECT_FALSE(autostart.present);
+    EXPECT_FALSE(run({true, false}));
+    EXPECT_FALSE(autostart.present);
+    EXPECT_FALSE(run({false, true})); // switched back on in the same run
+    EXPECT_TRUE(autostart.present);
+}
+
+TEST(Controller, MissingServerFileIsFetchedThenUsed) {
+    ServerRig rig;
+    test::HttpStub updates(*rig.loop);
+    test::ReferenceResponder reference(*rig.loop);
+    rig.options.updateHost = "127.0.0.1";
+    rig.options.updatePort = updates.port();
+    rig.options.referencePort = reference.port();
+    rig.store.putHome("NTP37", setting("YES:YES:YES", test::freePort(*rig.loop)));
+    rig.store.putHome("Settings", "NO:59:Minutes/s:NA:36");
+    const std::string list = "h\r\nh\r\nh\r\nh\r\nh\r\n127.0.0.1:::Loopback NA:::2:::\r\n";
+    const std::string record = "x-:-" + CVL_Server::AppVersion() + "-:-x-:-x-:-0-:-x";
+    updates.serve({"HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(record.size()) +
+                   "\r\n\r\n" + record});
+    updates.serve({"HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(list.size()) + "\r\n\r\n",
+                   list.substr(0, 20), list.substr(20)});
+
+    rig.server().start();
+    // Nothing read, nothing opened until the list is there.
+    EXPECT_FALSE(rig.server().listeners().tcpListening(Time));
+    EXPECT_TRUE(rig.runUntil([&] { return rig.server().TimeSynced(); }));
+    EXPECT_EQ(updates.requests.size(), 2u);
+    EXPECT_TRUE(rig.server().listeners().tcpListening(Time));
+    EXPECT_TRUE(rig.server().checkUpdateEnabled());
+}
+
+} // namespace

@@ -1,0 +1,369 @@
+// The built executable with a reference server of the test's own: the listeners its settings
+// enable, one copy per machine, status lines on standard error, nothing served before the
+// reference answers; SIGUSR1 asks again; afterwards every service answers on both transports,
+// one log record per request, real clients (chronyd -Q, rdate, socat, ntpdig) accept the
+// answers, and SIGTERM writes the settings back. Each real client is skipped with a message
+// when it is not installed. Also the command line's errors.
+#include "platform/ini_file.h"
+#include "reference_responder.h"
+#include "server_process.h"
+
+#include <cmath>
+#include <map>
+#include <netinet/in.h>
+#include <numeric>
+#include <regex>
+#include <sys/socket.h>
+
+using namespace cvl;
+using namespace std::chrono_literals;
+using test::Words;
+
+namespace {
+
+// Clients never get the capability to set this machine's clock.
+const Words kNoClockCapability{"setpriv",    "--bounding-set", "-sys_time",
+                               "--inh-caps", "-sys_time",      "--"};
+
+bool have(const std::string& tool) {
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(std::string(path != nullptr ? path : "") + ":/usr/sbin:/sbin");
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        if (!folder.empty() && ::access((folder + '/' + tool).c_str(), X_OK) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Whether a socket of `type` can be bound to `port` on every address right now.
+bool canBind(int type, std::uint16_t port) {
+    const int fd = ::socket(AF_INET, type | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    if (type == SOCK_STREAM) { // only a listener, not a connection closing, may stand in the way
+        ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    }
+    const sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_ANY)}, {}};
+    const bool bound = ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(fd);
+    return bound;
+}
+
+std::size_t count(const std::string& text, const std::string& needle) {
+    std::size_t found = 0;
+    for (std::size_t at = text.find(needle); at != std::string::npos;
+         at = text.find(needle, at + 1)) {
+        ++found;
+    }
+    return found;
+}
+
+double bigEndian(const std::string& bytes) {
+    double value = 0;
+    for (const char byte : bytes) {
+        value = value * 256 + static_cast<unsigned char>(byte);
+    }
+    return value;
+}
+
+class SynchronisedServer : public testing::Test {
+protected:
+    // One server for the whole suite, started with its reference holding every answer back.
+    struct Shared {
+        std::unique_ptr<EventLoop> loop = makeEventLoop();
+        test::ReferenceResponder reference{*loop};
+        test::Ports ports = test::freePorts(*loop);
+        test::ServerProcess server{*loop};
+    };
+    static inline std::unique_ptr<Shared> shared;
+
+    static void SetUpTestSuite() {
+        shared = std::make_unique<Shared>();
+        Shared& s = *shared;
+        s.server.configure(s.ports);
+        s.reference.holding = true;
+        // A first word that only looks like the hidden start is reported and passed over.
+        ASSERT_TRUE(s.server.launch(test::concat(
+            {{"-RS"}, s.server.safeArguments(), {"--reference-port", port(s.reference.port())}})));
+        ASSERT_TRUE(test::runUntil(
+            *s.loop, [&] { return s.reference.requests > 0; }, 5s))
+            << s.server.errors();
+        ASSERT_EQ(s.reference.requests, 1);
+    }
+    static void TearDownTestSuite() { shared.reset(); }
+
+    static std::string port(std::uint16_t number) { return std::to_string(number); }
+    // The reference answers from now on; whether the server has set its clock by it.
+    bool synchronise() {
+        reference.release();
+        return server.waitSynchronised();
+    }
+    // Runs a client to its end (bounded); its standard output and error, and its exit code.
+    std::pair<std::string, int> run(const Words& command, const std::string& input = {}) {
+        test::ChildProcess process(loop);
+        const int code = process.start(command, {}, input) ? process.wait(30s) : -1;
+        return {process.output + process.errors, code};
+    }
+    [[nodiscard]] Words logRecords() const {
+        Words records;
+        std::error_code error;
+        for (const auto& file : std::filesystem::directory_iterator(
+                 std::filesystem::path(server.dataDir()) / "Logs", error)) {
+            const std::string name = file.path().filename().string();
+            std::istringstream lines(name.starts_with("CVLS") && name.ends_with(".LOG")
+                                         ? test::readFile(file.path().string())
+                                         : "");
+            for (std::string line; std::getline(lines, line);) {
+                if (line.size() > 1 && line[0] != '#') { // each ends in "\r"
+                    records.push_back(line);
+                }
+            }
+        }
+        return records;
+    }
+
+    EventLoop& loop = *shared->loop;
+    test::ReferenceResponder& reference = shared->reference;
+    test::Ports& ports = shared->ports;
+    test::ServerProcess& server = shared->server;
+};
+
+// Headless, standard error says what the window would show, each line once: the query
+// leaving, and five seconds later that nobody answered and what that means for clients.
+TEST_F(SynchronisedServer, StatusLinesWhileTheReferenceIsSilent) {
+    ASSERT_TRUE(server.waitForError("No answer from 127.0.0.1 after 5 s", 8s)) << server.errors();
+    for (const char* line :
+         {"ignoring what is not an option: -RS\n", "\nChecking Time Server: Loopback NA\n",
+          "; clients are refused until the first answer; next try in 35"}) {
+        EXPECT_NE(server.errors().find(line), std::string::npos) << line;
+    }
+    test::runFor(loop, 1500ms);
+    EXPECT_EQ(count(server.errors(), "Checking Time Server"), 1u) << server.errors();
+    EXPECT_EQ(count(server.errors(), "No answer from"), 1u) << server.errors();
+}
+
+TEST_F(SynchronisedServer, NothingIsServedBeforeTheReferenceAnswers) {
+    // The client protocol listens on TCP only, as its setting says: its port is taken for TCP
+    // and free for UDP (other programs' tests may hold it for a moment).
+    EXPECT_FALSE(canBind(SOCK_STREAM, ports.client));
+    EXPECT_TRUE(test::runUntil(
+        loop, [&] { return canBind(SOCK_DGRAM, ports.client); }, 2s));
+    EXPECT_EQ(test::tcpExchange(loop, ports.time, {}, 300ms), "");
+    EXPECT_TRUE(test::udpExchange(loop, ports.time, "x", 1, 300ms).empty());
+    // Byte 24 set, so it is no answer to the server's own query; logged, not answered.
+    EXPECT_TRUE(test::udpExchange(loop, ports.ntp, test::ntpRequest(7), 1, 300ms).empty());
+
+    ASSERT_TRUE(synchronise()) << server.errors();
+    EXPECT_NE(server.errors().find("CVL Server is Synchronized."), std::string::npos);
+    EXPECT_EQ(logRecords().size(), 1u);
+}
+
+TEST_F(SynchronisedServer, EveryServiceAnswersOnBothTransportsAndIsLoggedOnce) {
+    ASSERT_TRUE(synchronise()) << server.errors();
+    const auto recordsOf = [this](const std::string& kind) {
+        const Words records = logRecords();
+        return std::count_if(records.begin(), records.end(), [&](const std::string& record) {
+            return record.find(kind) != std::string::npos;
+        });
+    };
+    const Words kinds{" Time TCP ",    " Time UDP ",    " UnixTime TCP ", " UnixTime UDP ",
+                      " DayTime TCP ", " DayTime UDP ", " NTPv4 TCP ",    " NTPv4 UDP "};
+    const std::size_t recordsBefore = logRecords().size();
+    std::map<std::string, long> before;
+    for (const std::string& kind : kinds) {
+        before[kind] = recordsOf(kind);
+    }
+
+    // Time: this machine's seconds since 1900, most significant byte first; over UDP one
+    // datagram a byte.
+    const std::string time = test::tcpExchange(loop, ports.time);
+    EXPECT_EQ(time.size(), 4u);
+    EXPECT_NEAR(bigEndian(time), static_cast<double>(std::time(nullptr)) + 2208988800.0, 2);
+    const Words timeBytes = test::udpExchange(loop, ports.time, {}, 4);
+    const std::string joined = std::accumulate(timeBytes.begin(), timeBytes.end(), std::string());
+    EXPECT_TRUE(timeBytes.size() == 4 && joined.size() == 4) << joined.size() << " bytes";
+    EXPECT_NEAR(bigEndian(joined), bigEndian(time), 2);
+    EXPECT_EQ(test::tcpExchange(loop, ports.unixTime).size(), 4u);
+    const Words unixTime = test::udpExchange(loop, ports.unixTime, {}, 1);
+    EXPECT_TRUE(unixTime.size() == 1 && unixTime[0].size() == 4);
+    EXPECT_NE(test::tcpExchange(loop, ports.daytime).find(", "), std::string::npos);
+    const Words daytime = test::udpExchange(loop, ports.daytime, {}, 1);
+    EXPECT_TRUE(daytime.size() == 1 && daytime[0].find(", ") != std::string::npos);
+    EXPECT_EQ(test::tcpExchange(loop, ports.ntp, test::ntpRequest(0)).size(), 48u);
+    const Words ntp = test::udpExchange(loop, ports.ntp, test::ntpRequest(0), 1);
+    ASSERT_TRUE(ntp.size() == 1 && ntp[0].size() == 48);
+    EXPECT_EQ(ntp[0].substr(12, 4), std::string("\x7f\0\0\x01", 4)); // the reference's address
+
+    // One record for each of the eight requests, and no more.
+    test::runUntil(
+        loop, [&] { return logRecords().size() >= recordsBefore + 8; }, 5s);
+    test::runFor(loop, 200ms);
+    EXPECT_EQ(logRecords().size(), recordsBefore + 8);
+    for (const std::string& kind : kinds) {
+        EXPECT_EQ(recordsOf(kind) - before[kind], 1) << kind;
+    }
+}
+
+TEST_F(SynchronisedServer, ChronydQueryModeSeesASmallOffset) {
+    if (!have("chronyd")) {
+        GTEST_SKIP() << "chronyd is not installed (Debian package chrony)";
+    }
+    ASSERT_TRUE(synchronise()) << server.errors();
+    const char* user = std::getenv("USER");
+    const auto [output, code] =
+        run(test::concat({kNoClockCapability,
+                          {"chronyd", "-Q", "-t", "20", "-u", user != nullptr ? user : "root",
+                           "server 127.0.0.1 port " + port(ports.ntp) + " iburst maxsamples 4",
+                           "pidfile " + server.dir.filePath("chronyd.pid")}}));
+    std::smatch match;
+    ASSERT_TRUE(std::regex_search(output, match,
+                                  std::regex(R"(System clock wrong by (-?[0-9.]+) seconds)")))
+        << output;
+    EXPECT_LT(std::abs(std::stod(match[1].str())), 0.050) << output;
+}
+
+TEST_F(SynchronisedServer, RdateReadsTimeAndNtp) {
+    if (!have("rdate")) {
+        GTEST_SKIP() << "rdate is not installed";
+    }
+    ASSERT_TRUE(synchronise()) << server.errors();
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&now, &local);
+    // -p only prints; rdate is never run without it.
+    for (const Words& mode :
+         {Words{"-p", "-o", port(ports.time)}, Words{"-n", "-p", "-o", port(ports.ntp)}}) {
+        const auto [output, code] =
+            run(test::concat({kNoClockCapability, {"rdate"}, mode, {"127.0.0.1"}}));
+        EXPECT_EQ(code, 0) << output;
+        EXPECT_NE(output.find(std::to_string(local.tm_year + 1900)), std::string::npos) << output;
+    }
+}
+
+TEST_F(SynchronisedServer, SocatReadsDaytime) {
+    if (!have("socat")) {
+        GTEST_SKIP() << "socat is not installed";
+    }
+    ASSERT_TRUE(synchronise()) << server.errors();
+    const std::regex line(R"(^\w+, \w+ \d\d, \d{4} \d\d:\d\d:\d\d-.+$)");
+    for (const std::string transport : {"TCP", "UDP"}) {
+        const auto [output, code] =
+            run({"socat", "-T2", "-", transport + ":127.0.0.1:" + port(ports.daytime)}, "x");
+        EXPECT_TRUE(std::regex_search(output, line)) << transport << ": " << output;
+        EXPECT_FALSE(output.ends_with('\n')) << transport;
+    }
+}
+
+TEST_F(SynchronisedServer, NtpdigInAPrivateNetwork) {
+    if (test::launched()) {
+        GTEST_SKIP() << "ip netns exec starts the server without CHRONVALE_TEST_LAUNCHER only";
+    }
+    if (!have("ntpdig")) {
+        GTEST_SKIP() << "ntpdig is not installed (Debian package ntpsec-ntpdig)";
+    }
+    // ntpdig asks port 123 only: give it a network namespace of its own, where the server and
+    // a reference responder (this program, started with --respond) live alone.
+    const std::string ns = "cvltest" + std::to_string(::getpid());
+    if (run({"ip", "netns", "add", ns}).second != 0) {
+        GTEST_SKIP() << "no network namespace available for port 123";
+    }
+    const Words inside{"ip", "netns", "exec", ns};
+    run(test::concat({inside, {"ip", "link", "set", "lo", "up"}}));
+    std::pair<std::string, int> answer{"no answer", -1};
+    {
+        test::ChildProcess responder(loop);
+        test::ServerProcess insideServer(loop);
+        test::Ports standard = test::freePorts(loop);
+        standard.ntp = 123;
+        insideServer.configure(standard);
+        EXPECT_TRUE(responder.start(test::concat(
+            {inside, {std::filesystem::read_symlink("/proc/self/exe"), "--respond", "21999"}})));
+        EXPECT_TRUE(test::runUntil(
+            loop, [&] { return !responder.output.empty(); }, 5s));
+        EXPECT_TRUE(insideServer.start({"--reference-port", "21999"}, inside));
+        if (insideServer.waitSynchronised()) {
+            answer = run(test::concat({inside, kNoClockCapability, {"ntpdig", "127.0.0.1"}}));
+        }
+        EXPECT_EQ(insideServer.process.terminate(), 0) << insideServer.lastErrors();
+    }
+    run({"ip", "netns", "delete", ns});
+    EXPECT_EQ(answer.second, 0) << answer.first;
+    EXPECT_NE(answer.first.find("127.0.0.1"), std::string::npos) << answer.first;
+}
+
+// SIGUSR1 asks at once; a burst of them makes one query a tick.
+TEST_F(SynchronisedServer, SyncRequestedBySignal) {
+    if (test::launched()) {
+        GTEST_SKIP() << "signals reach the server without CHRONVALE_TEST_LAUNCHER only";
+    }
+    ASSERT_TRUE(synchronise()) << server.errors();
+    const int before = reference.requests;
+    const std::string result = "CVL Server is Synchronized.";
+    const std::size_t results = count(server.errors(), result);
+    for (int i = 0; i < 20; ++i) {
+        ::kill(server.process.pid(), SIGUSR1);
+    }
+    EXPECT_TRUE(test::runUntil(
+        loop, [&] { return count(server.errors(), result) > results; }, 2s));
+    test::runFor(loop, 1200ms);
+    EXPECT_GE(reference.requests - before, 1);
+    EXPECT_LE(reference.requests - before, 2);
+}
+
+// One copy per machine: a second start with folders of its own ends at once, touching none
+// of them.
+TEST_F(SynchronisedServer, OneCopyPerMachine) {
+    ASSERT_TRUE(server.process.running());
+    test::ServerProcess second(loop);
+    ASSERT_TRUE(second.start());
+    EXPECT_EQ(second.process.wait(5s), 1);
+    EXPECT_NE(second.errors().find("already running"), std::string::npos) << second.errors();
+    EXPECT_FALSE(std::filesystem::exists(second.settingsPath()));
+    EXPECT_FALSE(std::filesystem::exists(second.dataDir()));
+}
+
+TEST_F(SynchronisedServer, CommandLineErrorsAndHelp) {
+    test::ServerProcess bogus(loop), help(loop);
+    ASSERT_TRUE(bogus.start({"--bogus"}));
+    EXPECT_EQ(bogus.process.wait(5s), 2);
+    EXPECT_NE(bogus.errors().find("unknown option: --bogus"), std::string::npos);
+    ASSERT_TRUE(help.start({"--help"}));
+    EXPECT_EQ(help.process.wait(5s), 0);
+    for (const char* option :
+         {"-rs", "--headless", "--data-dir", "--settings", "--reference-port", "--update-server",
+          "--no-set-clock", "--strict-sync", "--version", "--help"}) {
+        EXPECT_NE(help.process.output.find(option), std::string::npos) << option;
+    }
+}
+
+// Last, as it ends the server: SIGTERM writes the settings back as they were read, with what
+// the file left out; no autostart entry was asked for.
+TEST_F(SynchronisedServer, SigtermWritesTheSettingsBack) {
+    if (test::launched()) {
+        GTEST_SKIP() << "signals reach the server without CHRONVALE_TEST_LAUNCHER only";
+    }
+    ASSERT_EQ(server.process.terminate(), 0) << server.lastErrors();
+    std::map<std::string, std::string> ini = ini::parse(test::readFile(server.settingsPath()));
+    EXPECT_EQ(ini["NTP37"], "YES:YES:YES:" + port(ports.time));
+    EXPECT_EQ(ini["CVL3777"], "YES:YES:NO:" + port(ports.client));
+    EXPECT_EQ(ini["Settings"], "NO:59:Minutes/s:NA:36");
+    EXPECT_EQ(ini["EnableLogging"], "NO");
+    EXPECT_FALSE(
+        std::filesystem::exists(server.dir.filePath("xdg/autostart/chronvale-server.desktop")));
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    // Started again as a reference server for another process, inside a namespace.
+    if (argc == 3 && std::string_view(argv[1]) == "--respond") {
+        const std::unique_ptr<EventLoop> loop = makeEventLoop();
+        test::ReferenceResponder responder(*loop, static_cast<std::uint16_t>(std::atoi(argv[2])));
+        std::puts("answering");
+        std::fflush(stdout);
+        test::runFor(*loop, 60s); // never outlives its test
+        return 0;
+    }
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
