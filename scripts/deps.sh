@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building (and, with --test, testing; with --fuzz, fuzzing; with --windows,
-# building for Windows and testing under wine) needs on Debian 12.
+# building for Windows and testing under wine; with --bench, bench/compare.sh) needs on
+# Debian 12.
 # Run as root.
 # Test peers are installed without starting any daemon they bring along.
 set -euo pipefail
@@ -10,6 +11,8 @@ if [[ "${1:-}" == "--test" ]]; then
   packages+=(chrony rdate ntpsec-ntpdig socat util-linux iproute2)
 elif [[ "${1:-}" == "--fuzz" ]]; then
   packages+=(clang libclang-rt-14-dev)
+elif [[ "${1:-}" == "--bench" ]]; then
+  packages+=(chrony openbsd-inetd util-linux iproute2)
 elif [[ "${1:-}" == "--windows" ]]; then
   packages=(cmake ninja-build googletest g++-mingw-w64-x86-64-posix wine64)
 fi
