@@ -26,19 +26,22 @@ bool displayAvailable() {
            environmentHas("QT_QPA_PLATFORM");
 }
 
-// This program's folder, as it was started.
-std::filesystem::path ownFolder(const char* argv0) {
+// This program's file, also when it was found on PATH (argv[0] then names no folder).
+std::filesystem::path ownFile(const char* argv0) {
     std::error_code error;
-    const std::filesystem::path self = std::filesystem::absolute(argv0, error);
-    return error ? std::filesystem::path() : self.parent_path();
+    std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) {
+        self = std::filesystem::absolute(argv0, error);
+    }
+    return self.lexically_normal();
 }
 
 // The desktop program: beside this one in a build tree, in libexec when installed.
-std::string desktopProgram(const char* argv0) {
-    const std::filesystem::path self = ownFolder(argv0);
+std::string desktopProgram(const std::filesystem::path& self) {
+    const std::filesystem::path folder = self.parent_path();
     for (const std::filesystem::path& candidate :
-         {self / "chronvale-server-desktop",
-          self / ".." / CHRONVALE_LIBEXEC_DIR / "chronvale-server-desktop"}) {
+         {folder / "chronvale-server-desktop",
+          folder / ".." / CHRONVALE_LIBEXEC_DIR / "chronvale-server-desktop"}) {
         if (::access(candidate.c_str(), X_OK) == 0) {
             return candidate.lexically_normal().string();
         }
@@ -77,12 +80,11 @@ int main(int argc, char* argv[]) {
         return *status;
     }
     if (!parsed.line->headless && displayAvailable()) {
-        const std::string desktop = desktopProgram(argv[0]);
+        const std::filesystem::path self = ownFile(argv[0]);
+        const std::string desktop = desktopProgram(self);
         if (!desktop.empty()) {
             // The start-with-the-system entry must name this program, not the one it becomes.
-            std::error_code error;
-            const std::filesystem::path self = std::filesystem::absolute(argv[0], error);
-            ::setenv("CHRONVALE_SERVER_PROGRAM", self.lexically_normal().c_str(), 1);
+            ::setenv("CHRONVALE_SERVER_PROGRAM", self.c_str(), 1);
             ::execv(desktop.c_str(), argv);
         }
         std::fputs("chronvale-server: the desktop program is not installed; running headless\n",

@@ -71,44 +71,18 @@ udpExchange(EventLoop& loop, std::uint16_t port, const std::string& payload, std
     return replies;
 }
 
-// Connects, optionally sends, and reads until the server closes; what arrived by then.
-inline std::string tcpExchange(EventLoop& loop, std::uint16_t port, const std::string& payload = {},
-                               std::chrono::milliseconds timeout = std::chrono::milliseconds(1500),
-                               const std::string& host = "127.0.0.1") {
-    StreamClient client(loop);
-    std::string received;
-    bool over = false;
-    client.onConnected = [&] {
-        if (!payload.empty()) {
-            client.write(payload);
-        }
-    };
-    client.onReceived = [&](const std::string& chunk) {
-        received += chunk;
-    };
-    client.onEnded = [&] {
-        over = true;
-    };
-    client.onFailed = [&] {
-        over = true;
-    };
-    client.connectToHost(host, port);
-    (void)runUntil(
-        loop, [&] { return over; }, timeout);
-    return received;
-}
-
-} // namespace cvl::test
-
-namespace cvl::test {
-
-// A TCP client that remembers how its connection went, for tests that hold connections open.
+// A TCP client that remembers how its connection went, for tests that hold connections open;
+// `payload` goes as soon as the connection is made.
 class LoopbackClient {
 public:
-    LoopbackClient(EventLoop& loop, std::uint16_t port)
+    LoopbackClient(EventLoop& loop, std::uint16_t port, std::string payload = {},
+                   const std::string& host = "127.0.0.1")
         : client_(loop) {
-        client_.onConnected = [this] {
+        client_.onConnected = [this, payload = std::move(payload)] {
             connected = true;
+            if (!payload.empty()) {
+                client_.write(payload);
+            }
         };
         client_.onReceived = [this](const std::string& chunk) {
             received += chunk;
@@ -119,7 +93,7 @@ public:
         client_.onFailed = [this] {
             closed = true;
         };
-        client_.connectToHost("127.0.0.1", port);
+        client_.connectToHost(host, port);
     }
     bool write(std::string_view bytes) { return client_.write(bytes); }
 
@@ -130,5 +104,15 @@ public:
 private:
     StreamClient client_;
 };
+
+// Connects, optionally sends, and reads until the server closes; what arrived by then.
+inline std::string tcpExchange(EventLoop& loop, std::uint16_t port, const std::string& payload = {},
+                               std::chrono::milliseconds timeout = std::chrono::milliseconds(1500),
+                               const std::string& host = "127.0.0.1") {
+    LoopbackClient client(loop, port, payload, host);
+    (void)runUntil(
+        loop, [&] { return client.closed; }, timeout);
+    return client.received;
+}
 
 } // namespace cvl::test
