@@ -1,7 +1,6 @@
 #include "app/headless_status.h"
 
 #include "core/cvl_server.h"
-#include "sync/clock_adjustment.h"
 #include "sync/time_query.h"
 #include "text/utf8.h"
 
@@ -22,7 +21,8 @@ HeadlessStatus::~HeadlessStatus() {
 void HeadlessStatus::tipTextChanged(const std::string& visibleTip) {
     // The 64-character field can cut the synchronisation result short; a line has room for
     // all of it.
-    const std::string line = tipLine(visibleTip);
+    // The tip as shown, without the blanks around it.
+    const std::string line(utf8::trimmed(visibleTip));
     // While no query can leave, a server is tried every second: the line about that stands
     // for all of them.
     if (server_.queriesFailing() && line.starts_with("Checking Time Server")) {
@@ -30,10 +30,6 @@ void HeadlessStatus::tipTextChanged(const std::string& visibleTip) {
     }
     const std::string& result = server_.timeQuery().SyncMessage();
     show(lastTip_, !line.empty() && result.starts_with(line) ? result : line);
-}
-
-std::string HeadlessStatus::tipLine(std::string_view tipField) {
-    return std::string(utf8::trimmed(visibleTip(tipField)));
 }
 
 void HeadlessStatus::show(std::string& last, const std::string& text) {

@@ -7,7 +7,6 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
 
 namespace cvl {
 
@@ -20,9 +19,6 @@ public:
     ~HeadlessStatus() override;
     HeadlessStatus(const HeadlessStatus&) = delete;
     HeadlessStatus& operator=(const HeadlessStatus&) = delete;
-
-    // The tip field as a line: the blanks around it and the NUL that ends it dropped.
-    [[nodiscard]] static std::string tipLine(std::string_view tipField);
 
 private:
     void tipTextChanged(const std::string& visibleTip) override;

@@ -5,6 +5,7 @@
 #include "app/run_server.h"
 #include "core/cvl_server.h"
 #include "platform/event_loop.h"
+#include "platform/linux/program_folder.h"
 #include "platform/stderr_prompter.h"
 
 #include <clocale>
@@ -24,16 +25,6 @@ bool environmentHas(const char* name) {
 bool displayAvailable() {
     return environmentHas("DISPLAY") || environmentHas("WAYLAND_DISPLAY") ||
            environmentHas("QT_QPA_PLATFORM");
-}
-
-// This program's file, also when it was found on PATH (argv[0] then names no folder).
-std::filesystem::path ownFile(const char* argv0) {
-    std::error_code error;
-    std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (error) {
-        self = std::filesystem::absolute(argv0, error);
-    }
-    return self.lexically_normal();
 }
 
 // The desktop program: beside this one in a build tree, in libexec when installed.
@@ -80,7 +71,7 @@ int main(int argc, char* argv[]) {
         return *status;
     }
     if (!parsed.line->headless && displayAvailable()) {
-        const std::filesystem::path self = ownFile(argv[0]);
+        const std::filesystem::path self = cvl::runningProgramFile();
         const std::string desktop = desktopProgram(self);
         if (!desktop.empty()) {
             // The start-with-the-system entry must name this program, not the one it becomes.

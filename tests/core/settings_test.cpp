@@ -1,52 +1,11 @@
 // The saved settings' formats and the registry layer over a store.
 #include "core/registry.h"
 #include "core/settings_values.h"
+#include "platform_fakes.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 using namespace cvl;
-
-namespace {
-
-// Values in memory; every write fails with `failWrites` unless that is ERROR_SUCCESS.
-class MapStore final : public SettingsStore {
-public:
-    [[nodiscard]] long openKey(RegistryRoot root, const std::string& subKey) const override {
-        const std::string prefix = path(root, subKey, {});
-        const auto it = values.lower_bound(prefix);
-        return it != values.end() && it->first.starts_with(prefix) ? ERROR_SUCCESS
-                                                                   : ERROR_FILE_NOT_FOUND;
-    }
-    [[nodiscard]] long queryValue(RegistryRoot root, const std::string& subKey,
-                                  const std::string& name, std::string& text) const override {
-        const auto it = values.find(path(root, subKey, name));
-        text = it == values.end() ? std::string() : it->second;
-        return it == values.end() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
-    }
-    long setValue(RegistryRoot root, const std::string& subKey, const std::string& name,
-                  const std::string& text) override {
-        if (failWrites == ERROR_SUCCESS) {
-            values[path(root, subKey, name)] = text;
-        }
-        return failWrites;
-    }
-    long deleteValue(RegistryRoot root, const std::string& subKey,
-                     const std::string& name) override {
-        return values.erase(path(root, subKey, name)) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
-    }
-
-    std::map<std::string, std::string> values;
-    long failWrites = ERROR_SUCCESS;
-
-private:
-    static std::string path(RegistryRoot root, const std::string& subKey, const std::string& name) {
-        return std::to_string(root) + '\\' + subKey + '\\' + name;
-    }
-};
-
-} // namespace
 
 // Well formed (four fields or more), enabled (exactly "YES"), TCP, UDP, and the port.
 TEST(SettingsValues, ServiceSetting) {
@@ -82,7 +41,7 @@ TEST(SettingsValues, GeneralSetting) {
 }
 
 TEST(Registry, ReadWriteDeleteAndErrorTexts) {
-    MapStore store;
+    test::MemorySettingsStore store;
     Registry registry(store);
     EXPECT_FALSE(registry.keyExists(HKEY_LOCAL_MACHINE, kSettingsKey));
     EXPECT_EQ(registry.read(kSettingsKey, "NTP37"), "");

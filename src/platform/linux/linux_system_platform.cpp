@@ -51,9 +51,7 @@ std::string programFile() {
         handedOver != nullptr && *handedOver != '\0') {
         return handedOver;
     }
-    std::error_code error;
-    const fs::path self = fs::read_symlink("/proc/self/exe", error);
-    return error ? std::string() : self.string();
+    return runningProgramFile();
 }
 
 class LinuxSystemPlatform final : public SystemPlatform {

@@ -11,6 +11,12 @@ constexpr const char* kServerFileName = "QBK_CVLS4.CVL";
 
 } // namespace
 
+std::string runningProgramFile() {
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : self.string();
+}
+
 std::string installedServerFile(const std::string& executableFolder) {
     // CHRONVALE_SHIPPED_DATA_DIR is the data folder relative to bin/, as installed.
     const std::filesystem::path path =

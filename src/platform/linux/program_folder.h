@@ -8,6 +8,10 @@
 
 namespace cvl {
 
+// The running program's file (/proc/self/exe), also when it was started through PATH; empty
+// when the system does not say.
+[[nodiscard]] std::string runningProgramFile();
+
 // The machine's program folder for an installed copy run by root.
 inline constexpr const char* kSystemProgramFolder = "/var/lib/chronvale-server";
 
