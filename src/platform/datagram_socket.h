@@ -83,7 +83,7 @@ private:
     Datagram datagram(int index);
     void flushReplies();
     // The socket of the family a peer's address belongs to.
-    [[nodiscard]] int socketFor(bool ipv4) const;
+    [[nodiscard]] NativeSocket socketFor(bool ipv4) const;
 
     EventLoop& loop_;
     FamilySockets sockets_;

@@ -30,12 +30,12 @@ public:
     void setWatching(bool on);
     void close();
 
-    [[nodiscard]] int fd(std::size_t family) const { return sockets_[family].fd; }
+    [[nodiscard]] NativeSocket fd(std::size_t family) const { return sockets_[family].fd; }
     [[nodiscard]] bool isOpen() const { return fd(kIPv4) >= 0 || fd(kIPv6) >= 0; }
 
 private:
     struct Socket {
-        int fd = -1;
+        NativeSocket fd = -1;
         SocketWatch watch;
     };
     std::array<Socket, 2> sockets_;

@@ -41,7 +41,7 @@ private:
     void readable();
     void fail();
 
-    int descriptor_ = -1;
+    NativeSocket descriptor_ = -1;
     std::uint64_t generation_ = 0; // counts closes, so a handler's close is noticed
     EventLoop& loop_;
     HostLookup lookup_;

@@ -88,13 +88,8 @@ void EpollEventLoop::unwatch(WatchId id) {
 EventLoop::TimerId EpollEventLoop::startTimer(std::chrono::milliseconds delay,
                                               std::chrono::milliseconds period,
                                               std::function<void()> onTimeout) {
-    const TimerId id = nextId_++;
-    const Clock::time_point deadline = Clock::now() + delay;
-    timers_.emplace(id,
-                    PendingTimer{deadline, period,
-                                 std::make_shared<std::function<void()>>(std::move(onTimeout))});
-    const bool nearest = deadlines_.empty() || deadline < deadlines_.begin()->first;
-    deadlines_.emplace(deadline, id);
+    bool nearest = false;
+    const TimerId id = timers_.start(delay, period, std::move(onTimeout), nearest);
     if (nearest) {
         armTimerFd();
     }
@@ -102,18 +97,15 @@ EventLoop::TimerId EpollEventLoop::startTimer(std::chrono::milliseconds delay,
 }
 
 void EpollEventLoop::stopTimer(TimerId id) {
-    // Its deadline entry is skipped when it comes up.
-    timers_.erase(id);
+    // Its deadline is skipped when it comes up.
+    timers_.stop(id);
 }
 
 void EpollEventLoop::post(std::function<void()> task) {
-    {
-        const std::lock_guard lock(postedMutex_);
-        posted_.push_back(std::move(task));
+    if (posted_.add(std::move(task))) {
+        const std::uint64_t one = 1;
+        (void)!::write(wakeFd_, &one, sizeof one);
     }
-    const std::uint64_t one = 1;
-    // Full only after 2^64 - 1 posts nobody read: then it is awake anyway.
-    (void)!::write(wakeFd_, &one, sizeof one);
 }
 
 void EpollEventLoop::run() {
@@ -124,10 +116,7 @@ void EpollEventLoop::run() {
 }
 
 void EpollEventLoop::quit() {
-    {
-        const std::lock_guard lock(postedMutex_);
-        quitPosted_ = true;
-    }
+    posted_.addQuit();
     post([] {});
 }
 
@@ -178,63 +167,22 @@ void EpollEventLoop::dispatch(int timeoutMs) {
 void EpollEventLoop::runDueTimers() {
     std::uint64_t expirations = 0;
     (void)!::read(timerFd_, &expirations, sizeof expirations);
-    const Clock::time_point now = Clock::now();
-    // Only what is due now: a timer restarted by its own handler waits for the next pass.
-    std::vector<TimerId> due;
-    while (!deadlines_.empty() && deadlines_.begin()->first <= now) {
-        const auto [deadline, id] = *deadlines_.begin();
-        deadlines_.erase(deadlines_.begin());
-        const auto found = timers_.find(id);
-        if (found != timers_.end() && found->second.deadline == deadline) {
-            due.push_back(id);
-        }
-    }
-    for (const TimerId id : due) {
-        const auto found = timers_.find(id);
-        if (found == timers_.end()) {
-            continue; // stopped by an earlier handler
-        }
-        const std::shared_ptr<std::function<void()>> onTimeout = found->second.onTimeout;
-        if (found->second.period.count() > 0) {
-            found->second.deadline = std::max(found->second.deadline + found->second.period, now);
-            deadlines_.emplace(found->second.deadline, id);
-        } else {
-            timers_.erase(found);
-        }
-        (*onTimeout)();
-    }
+    timers_.runDue();
     armTimerFd();
 }
 
 void EpollEventLoop::runPosted() {
     std::uint64_t count = 0;
     (void)!::read(wakeFd_, &count, sizeof count);
-    std::vector<std::function<void()>> tasks;
-    {
-        const std::lock_guard lock(postedMutex_);
-        tasks.swap(posted_);
-        if (std::exchange(quitPosted_, false)) {
-            quit_ = true;
-        }
-    }
-    for (const std::function<void()>& task : tasks) {
-        task();
+    if (posted_.runAll()) {
+        quit_ = true;
     }
 }
 
 void EpollEventLoop::armTimerFd() {
-    // Drop entries of timers that were stopped or moved, so the nearest is a live one.
-    while (!deadlines_.empty()) {
-        const auto [deadline, id] = *deadlines_.begin();
-        const auto found = timers_.find(id);
-        if (found != timers_.end() && found->second.deadline == deadline) {
-            break;
-        }
-        deadlines_.erase(deadlines_.begin());
-    }
     itimerspec arming{};
-    if (!deadlines_.empty()) {
-        const auto sinceEpoch = deadlines_.begin()->first.time_since_epoch();
+    if (const auto deadline = timers_.nearest()) {
+        const auto sinceEpoch = deadline->time_since_epoch();
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(sinceEpoch);
         arming.it_value.tv_sec = seconds.count();
         arming.it_value.tv_nsec =

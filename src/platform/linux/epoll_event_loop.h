@@ -5,12 +5,10 @@
 #pragma once
 
 #include "platform/event_loop.h"
+#include "platform/timer_queue.h"
 
-#include <map>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
-#include <vector>
 
 namespace cvl {
 
@@ -41,18 +39,11 @@ public:
     void quit() override;
 
 private:
-    using Clock = std::chrono::steady_clock;
     struct Watch {
         int fd;
         unsigned interest;
         std::function<void(unsigned)> onReady;
     };
-    struct PendingTimer {
-        Clock::time_point deadline;
-        std::chrono::milliseconds period;
-        std::shared_ptr<std::function<void()>> onTimeout;
-    };
-
     void dispatch(int timeoutMs);
     void runDueTimers();
     void runPosted();
@@ -63,15 +54,10 @@ private:
     int wakeFd_ = -1;
     // Shared so that a handler that unwatches itself does not destroy the function it runs.
     std::unordered_map<WatchId, std::shared_ptr<Watch>> watches_;
-    std::unordered_map<TimerId, PendingTimer> timers_;
-    // Deadline order; an entry whose timer has gone or moved is skipped when it comes up.
-    std::multimap<Clock::time_point, TimerId> deadlines_;
+    TimerQueue timers_;
+    PostedTasks posted_;
     std::uint64_t nextId_ = 1;
     bool quit_ = false;
-
-    std::mutex postedMutex_;
-    std::vector<std::function<void()>> posted_;
-    bool quitPosted_ = false;
 };
 
 } // namespace cvl

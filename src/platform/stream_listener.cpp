@@ -1,11 +1,8 @@
 #include "platform/stream_listener.h"
-#include "platform/linux/bound_socket.h"
-#include "platform/linux/mapped_address.h"
+#include "platform/bound_socket.h"
+#include "platform/socket_address.h"
 
-#include <cerrno>
 #include <chrono>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace cvl {
 
@@ -17,10 +14,6 @@ constexpr int kBacklog = 4096;
 constexpr int kAcceptsPerCall = 64;
 // How long accepting rests when no descriptor is left.
 constexpr std::chrono::milliseconds kResourceRetry{100};
-
-bool outOfResources(int error) {
-    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
-}
 
 } // namespace
 
@@ -37,14 +30,14 @@ StreamListener::~StreamListener() {
 
 StreamListener::ListenResult StreamListener::listen(std::uint16_t port) {
     close();
-    const BoundSockets bound = bindEveryAddress(SOCK_STREAM, port);
+    const BoundSockets bound = bindEveryAddress(SocketKind::Stream, port);
     if (!bound.bound()) {
         return bound.addressInUse ? ListenResult::AddressInUse : ListenResult::Failed;
     }
     sockets_.adopt(bound);
-    for (const int fd : {bound.v4, bound.v6}) {
-        if (fd >= 0 && ::listen(fd, kBacklog) != 0) {
-            const bool inUse = errno == EADDRINUSE;
+    for (const NativeSocket socket : {bound.v4, bound.v6}) {
+        if (socket >= 0 && ::listen(sys::native(socket), kBacklog) != 0) {
+            const bool inUse = sys::lastFailure() == sys::Failure::AddressInUse;
             close();
             return inUse ? ListenResult::AddressInUse : ListenResult::Failed;
         }
@@ -77,12 +70,12 @@ void StreamListener::discardPending() {
     for (const std::size_t family : {FamilySockets::kIPv4, FamilySockets::kIPv6}) {
         // Bounded: a backlog never holds more than this.
         for (int i = 0; i < 65536 && sockets_.fd(family) >= 0; ++i) {
-            const int connection =
-                ::accept4(sockets_.fd(family), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+            sockaddr_in6 address{};
+            const NativeSocket connection = sys::acceptClient(sockets_.fd(family), address);
             if (connection < 0) {
                 break;
             }
-            ::close(connection);
+            sys::closeSocket(connection);
         }
     }
 }
@@ -94,11 +87,8 @@ void StreamListener::updateWatch() {
 void StreamListener::acceptPending(std::size_t family) {
     // A client's handler may close the listener: the descriptor is looked up each round.
     for (int i = 0; i < kAcceptsPerCall && sockets_.fd(family) >= 0 && !paused_; ++i) {
-        const int fd = sockets_.fd(family);
         sockaddr_in6 address{};
-        socklen_t size = sizeof address;
-        const int connection = ::accept4(fd, reinterpret_cast<sockaddr*>(&address), &size,
-                                         SOCK_NONBLOCK | SOCK_CLOEXEC);
+        const NativeSocket connection = sys::acceptClient(sockets_.fd(family), address);
         if (connection >= 0) {
             if (family == FamilySockets::kIPv4) {
                 mapIPv4InPlace(address);
@@ -106,20 +96,21 @@ void StreamListener::acceptPending(std::size_t family) {
             if (onConnection) {
                 onConnection(connection, peerFromSocketAddress(address));
             } else {
-                ::close(connection);
+                sys::closeSocket(connection);
             }
             continue;
         }
-        if (errno == EAGAIN || errno == EWOULDBLOCK) {
+        const sys::Failure failure = sys::lastFailure();
+        if (failure == sys::Failure::WouldBlock) {
             return;
         }
-        if (outOfResources(errno)) {
+        if (failure == sys::Failure::OutOfResources) {
             // The client stays in the backlog; try again once something may have closed.
             resourceRetry_.start();
             updateWatch();
             return;
         }
-        if (errno == EBADF || errno == ENOTSOCK || errno == EINVAL) {
+        if (failure == sys::Failure::NotUsable) {
             close();
             return;
         }

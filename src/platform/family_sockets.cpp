@@ -1,7 +1,7 @@
 #include "platform/family_sockets.h"
-#include "platform/linux/bound_socket.h"
+#include "platform/bound_socket.h"
 
-#include <unistd.h>
+#include "socket_system.h"
 
 namespace cvl {
 
@@ -37,7 +37,7 @@ void FamilySockets::close() {
     for (Socket& socket : sockets_) {
         socket.watch.reset();
         if (socket.fd >= 0) {
-            ::close(socket.fd);
+            sys::closeSocket(socket.fd);
             socket.fd = -1;
         }
     }

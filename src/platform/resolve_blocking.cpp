@@ -1,11 +1,10 @@
 #include "platform/host_lookup.h"
-#include "platform/linux/mapped_address.h"
-
-#include <netdb.h>
+#include "platform/socket_address.h"
 
 namespace cvl {
 
 std::vector<PeerAddress> resolveBlocking(const std::string& host, std::uint16_t port) {
+    sys::startSockets();
     addrinfo hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_DGRAM; // one entry per address, not one per socket type

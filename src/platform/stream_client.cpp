@@ -1,12 +1,7 @@
 #include "platform/stream_client.h"
-#include "platform/linux/mapped_address.h"
-#include "platform/linux/socket_reading.h"
 #include "platform/peer_address.h"
-
-#include <cerrno>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "platform/socket_address.h"
+#include "platform/socket_reading.h"
 
 namespace cvl {
 
@@ -32,16 +27,17 @@ void StreamClient::lookedUp(const std::vector<PeerAddress>& addresses) {
     const sockaddr_in6 address = socketAddressOf(addresses.front());
     const bool v4 = isMappedIPv4(address);
     const sockaddr_in unmapped = unmappedIPv4(address);
-    descriptor_ = ::socket(v4 ? AF_INET : AF_INET6, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    descriptor_ = sys::openSocket(v4 ? AF_INET : AF_INET6, SOCK_STREAM);
     if (descriptor_ < 0) {
         fail();
         return;
     }
+    const sys::SystemSocket socket = sys::native(descriptor_);
     const int result =
-        v4 ? ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&unmapped), sizeof unmapped)
-           : ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        v4 ? ::connect(socket, reinterpret_cast<const sockaddr*>(&unmapped), sizeof unmapped)
+           : ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     // Done at once or under way: either way writability tells the outcome.
-    if (result != 0 && errno != EINPROGRESS) {
+    if (result != 0 && sys::lastFailure() != sys::Failure::InProgress) {
         fail();
         return;
     }
@@ -60,8 +56,10 @@ void StreamClient::lookedUp(const std::vector<PeerAddress>& addresses) {
 
 void StreamClient::connectionReady() {
     int error = 0;
-    socklen_t length = sizeof error;
-    if (::getsockopt(descriptor_, SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0) {
+    sys::SocketLength length = sizeof error;
+    if (::getsockopt(sys::native(descriptor_), SOL_SOCKET, SO_ERROR,
+                     reinterpret_cast<char*>(&error), &length) != 0 ||
+        error != 0) {
         fail();
         return;
     }
@@ -75,7 +73,8 @@ bool StreamClient::write(std::string_view bytes) {
     if (descriptor_ < 0) {
         return false;
     }
-    return ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL) >= 0;
+    return ::send(sys::native(descriptor_), bytes.data(), static_cast<int>(bytes.size()),
+                  sys::kSendFlags) >= 0;
 }
 
 void StreamClient::readable() {
@@ -111,8 +110,8 @@ void StreamClient::close() {
     lookup_.cancel();
     watch_.reset();
     if (descriptor_ >= 0) {
-        ::close(descriptor_);
-        descriptor_ = -1;
+        sys::closeSocket(descriptor_);
+        descriptor_ = sys::kNoSocket;
     }
 }
 

@@ -1,12 +1,9 @@
-#include "platform/datagram_socket.h"
-#include "platform/linux/bound_socket.h"
-#include "platform/linux/mapped_address.h"
+// The system calls of the datagram sockets on Linux: a batch of datagrams read with one
+// recvmmsg, the answers to it sent with one sendmmsg per family.
+#include "platform/datagram_batch.h"
+#include "platform/socket_address.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <utility>
 
 namespace cvl {
@@ -14,7 +11,6 @@ namespace cvl {
 namespace {
 
 constexpr std::size_t kIPv4 = FamilySockets::kIPv4;
-constexpr std::size_t kIPv6 = FamilySockets::kIPv6;
 
 // Points `header` at `to` in the form its family's socket takes; `v4` holds the IPv4 form.
 void setDestination(msghdr& header, const sockaddr_in6& to, sockaddr_in& v4) {
@@ -40,55 +36,8 @@ void sendEach(int fd, mmsghdr* messages, int count) {
 
 } // namespace
 
-struct DatagramSocket::Batch {
-    // Left uninitialised: untouched pages of an idle socket cost no memory.
-    std::array<char, static_cast<std::size_t>(kBatch) * kKeptBytes> buffers;
-    std::array<sockaddr_in6, kBatch> peers{};
-    std::array<int, kBatch> sizes{};
-    std::array<std::array<char, kQueuedBytes>, kBatch> replies{};
-    std::array<int, kBatch> replySizes{};
-    std::array<sockaddr_in6, kBatch> replyPeers{};
-};
-
-DatagramSocket::DatagramSocket(EventLoop& loop)
-    : loop_(loop)
-    , batch_(new Batch) {}
-
-DatagramSocket::~DatagramSocket() {
-    close();
-}
-
-DatagramSocket::BindResult DatagramSocket::bind(std::uint16_t port) {
-    close();
-    const BoundSockets bound = bindEveryAddress(SOCK_DGRAM, port);
-    if (!bound.bound()) {
-        return bound.addressInUse ? BindResult::AddressInUse : BindResult::Failed;
-    }
-    sockets_.adopt(bound);
-    const bool watched = sockets_.watch(loop_, [this](std::size_t family) {
-        ready_ = family;
-        if (onReadable) {
-            onReadable();
-        }
-    });
-    if (!watched) {
-        return BindResult::Failed;
-    }
-    port_ = bound.port;
-    return BindResult::Bound;
-}
-
-void DatagramSocket::close() {
-    sockets_.close();
-    port_ = 0;
-}
-
-int DatagramSocket::socketFor(bool ipv4) const {
-    return sockets_.fd(ipv4 ? kIPv4 : kIPv6);
-}
-
 int DatagramSocket::receiveBatch() {
-    const int fd = sockets_.fd(ready_);
+    const int fd = sys::native(sockets_.fd(ready_));
     if (fd < 0) {
         return 0;
     }
@@ -113,22 +62,6 @@ int DatagramSocket::receiveBatch() {
     return count < 0 ? 0 : count;
 }
 
-Datagram DatagramSocket::datagram(int index) {
-    const auto i = static_cast<std::size_t>(index);
-    Datagram datagram;
-    datagram.size = static_cast<std::size_t>(batch_->sizes[i]);
-    datagram.data =
-        std::string_view(batch_->buffers.data() + i * kKeptBytes,
-                         static_cast<std::size_t>(std::min(batch_->sizes[i], kKeptBytes)));
-    datagram.sender = peerFromSocketAddress(batch_->peers[i]);
-    if (!(datagram.sender == lastPeer_) || lastPeerText_.empty()) {
-        lastPeer_ = datagram.sender;
-        lastPeerText_ = datagram.sender.text();
-    }
-    datagram.senderText = lastPeerText_;
-    return datagram;
-}
-
 bool DatagramSocket::send(std::string_view data, const PeerAddress& to) {
     msghdr header{};
     iovec vector{const_cast<char*>(data.data()), static_cast<std::size_t>(data.size())};
@@ -137,14 +70,14 @@ bool DatagramSocket::send(std::string_view data, const PeerAddress& to) {
     sockaddr_in v4{};
     const sockaddr_in6 destination = socketAddressOf(to);
     setDestination(header, destination, v4);
-    const int fd = socketFor(isMappedIPv4(destination));
+    const int fd = sys::native(socketFor(isMappedIPv4(destination)));
     return fd >= 0 && ::sendmsg(fd, &header, MSG_DONTWAIT) == static_cast<ssize_t>(data.size());
 }
 
 int DatagramSocket::sendBytewise(std::string_view data, const PeerAddress& to) {
     constexpr std::size_t most = 8;
     const sockaddr_in6 destination = socketAddressOf(to);
-    const int fd = socketFor(isMappedIPv4(destination));
+    const int fd = sys::native(socketFor(isMappedIPv4(destination)));
     if (fd < 0 || data.size() > most) {
         return 0;
     }
@@ -160,20 +93,6 @@ int DatagramSocket::sendBytewise(std::string_view data, const PeerAddress& to) {
     const int sent =
         ::sendmmsg(fd, messages.data(), static_cast<unsigned>(data.size()), MSG_DONTWAIT);
     return std::max(sent, 0);
-}
-
-void DatagramSocket::sendWithBatch(std::string_view data, const PeerAddress& to) {
-    if (!reading_ || data.size() > std::size_t{kQueuedBytes}) {
-        send(data, to);
-        return;
-    }
-    const auto i = static_cast<std::size_t>(queued_++);
-    std::copy(data.begin(), data.end(), batch_->replies[i].begin());
-    batch_->replySizes[i] = static_cast<int>(data.size());
-    batch_->replyPeers[i] = socketAddressOf(to);
-    if (queued_ == kBatch) {
-        flushReplies();
-    }
 }
 
 void DatagramSocket::flushReplies() {
@@ -192,13 +111,14 @@ void DatagramSocket::flushReplies() {
     }
     // Each run of answers to one family leaves through that family's socket in one call.
     for (int start = 0; start < count;) {
-        const int fd = socketFor(isMappedIPv4(batch_->replyPeers[static_cast<std::size_t>(start)]));
+        const NativeSocket socket =
+            socketFor(isMappedIPv4(batch_->replyPeers[static_cast<std::size_t>(start)]));
         int end = start + 1;
-        while (end < count &&
-               socketFor(isMappedIPv4(batch_->replyPeers[static_cast<std::size_t>(end)])) == fd) {
+        while (end < count && socketFor(isMappedIPv4(
+                                  batch_->replyPeers[static_cast<std::size_t>(end)])) == socket) {
             ++end;
         }
-        sendEach(fd, messages.data() + start, end - start);
+        sendEach(sys::native(socket), messages.data() + start, end - start);
         start = end;
     }
 }

@@ -4,15 +4,14 @@
 
 #include "platform/peer_address.h"
 
-#include <arpa/inet.h>
+#include "socket_system.h"
+
 #include <cstring>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 namespace cvl {
 
 // The mapped form of an IPv4 address and port, both in network byte order.
-[[nodiscard]] inline sockaddr_in6 mappedIPv4(in_addr address, in_port_t port) {
+[[nodiscard]] inline sockaddr_in6 mappedIPv4(in_addr address, std::uint16_t port) {
     sockaddr_in6 mapped{};
     mapped.sin6_family = AF_INET6;
     mapped.sin6_port = port;

@@ -1,10 +1,8 @@
 #include "platform/stream_connection.h"
-#include "platform/linux/socket_reading.h"
+#include "platform/socket_reading.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "socket_system.h"
+
 #include <utility>
 
 namespace cvl {
@@ -24,7 +22,7 @@ bool StreamConnection::adopt(NativeSocket socket, const PeerAddress& peer,
     abort();
     if (!watch_.start(loop_, socket, EventLoop::Readable,
                       [this](unsigned readiness) { ready(readiness); })) {
-        ::close(static_cast<int>(socket));
+        sys::closeSocket(socket);
         return false;
     }
     socket_ = socket;
@@ -60,7 +58,7 @@ void StreamConnection::close() {
     closing_ = true;
     if (unsent_.empty()) {
         // The end follows the last bytes, even when the client left some of ours unread.
-        ::shutdown(static_cast<int>(socket_), SHUT_WR);
+        ::shutdown(sys::native(socket_), sys::kEndSending);
         abort();
     } else {
         updateInterest();
@@ -70,7 +68,8 @@ void StreamConnection::close() {
 void StreamConnection::reset() {
     if (socket_ >= 0) {
         const linger now{1, 0};
-        ::setsockopt(static_cast<int>(socket_), SOL_SOCKET, SO_LINGER, &now, sizeof now);
+        ::setsockopt(sys::native(socket_), SOL_SOCKET, SO_LINGER,
+                     reinterpret_cast<const char*>(&now), sizeof now);
     }
     abort();
 }
@@ -79,8 +78,8 @@ void StreamConnection::abort() {
     ++generation_;
     watch_.reset();
     if (socket_ >= 0) {
-        ::close(static_cast<int>(socket_));
-        socket_ = -1;
+        sys::closeSocket(socket_);
+        socket_ = sys::kNoSocket;
     }
     received_.clear();
     unsent_.clear();
@@ -114,7 +113,7 @@ void StreamConnection::ready(unsigned readiness) {
 }
 
 void StreamConnection::readAvailable() {
-    const ReadEnd end = readWaiting(static_cast<int>(socket_), received_, kReadRoundsPerPass);
+    const ReadEnd end = readWaiting(socket_, received_, kReadRoundsPerPass);
     // What came before the end is handed on first; the handler may close the connection.
     const std::uint64_t connection = generation_;
     if (!received_.empty() && onReceived) {
@@ -132,10 +131,10 @@ void StreamConnection::readAvailable() {
 
 void StreamConnection::sendUnsent() {
     while (!unsent_.empty()) {
-        const ssize_t sent = ::send(static_cast<int>(socket_), unsent_.data(), unsent_.size(),
-                                    MSG_NOSIGNAL | MSG_DONTWAIT);
+        const auto sent = ::send(sys::native(socket_), unsent_.data(),
+                                 static_cast<int>(unsent_.size()), sys::kSendFlags);
         if (sent < 0) {
-            if (!wouldBlock()) {
+            if (sys::lastFailure() != sys::Failure::WouldBlock) {
                 abort();
             }
             return;
