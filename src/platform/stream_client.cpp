@@ -36,8 +36,10 @@ void StreamClient::lookedUp(const std::vector<PeerAddress>& addresses) {
     const int result =
         v4 ? ::connect(socket, reinterpret_cast<const sockaddr*>(&unmapped), sizeof unmapped)
            : ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    // Done at once or under way: either way writability tells the outcome.
-    if (result != 0 && sys::lastFailure() != sys::Failure::InProgress) {
+    // Done at once or under way: either way writability tells the outcome. (Winsock says a
+    // connection under way would block.)
+    const sys::Failure failure = result == 0 ? sys::Failure::InProgress : sys::lastFailure();
+    if (failure != sys::Failure::InProgress && failure != sys::Failure::WouldBlock) {
         fail();
         return;
     }

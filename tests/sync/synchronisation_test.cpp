@@ -169,8 +169,10 @@ TEST_F(Synchronisation, HostileDatagramsAndForgedAnswers) {
         spray(forged);
     }
     test::runFor(*rig.loop, 200ms);
-    // One query, so at most one answer is taken: the clock was set twice in all.
-    EXPECT_EQ(rig.clock.setCalls.size(), 2u);
+    // One answer taken per query at most. (The one-byte datagram asks again on the next tick,
+    // which a slow host reaches while the spray lasts.)
+    EXPECT_GE(rig.clock.setCalls.size(), 2u);
+    EXPECT_LE(rig.clock.setCalls.size(), static_cast<std::size_t>(reference.requests));
     EXPECT_FALSE(server().AwaitingReply());
     EXPECT_EQ(exchange(ntpRequest(9)).size(), 1u);
 }

@@ -6,6 +6,7 @@
 #include "platform_fakes.h"
 #include "temp_folder.h"
 #include "update/update_check.h"
+#include "wine.h"
 
 #include <gtest/gtest.h>
 
@@ -196,6 +197,10 @@ TEST(UpdateCheck, SocketErrorEnablesButton) {
     refused.check.QBKUpdate();
     EXPECT_TRUE(refused.reaches("enabled"));
 
+    // Wine ends a connection closed with a reset in order, as if closed mid-body.
+    if (test::underWine()) {
+        GTEST_SKIP() << "wine sends no resets";
+    }
     for (const bool serverFile : {false, true}) {
         SCOPED_TRACE(serverFile ? "server file" : "version file");
         Rig r;

@@ -121,6 +121,7 @@ void EpollEventLoop::quit() {
 }
 
 void EpollEventLoop::dispatchReady() {
+    quit_ = false; // run() is not running: there is nothing to stop
     dispatch(0);
 }
 
@@ -128,7 +129,9 @@ void EpollEventLoop::dispatch(int timeoutMs) {
     std::array<epoll_event, 64> events{};
     const int count =
         ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), timeoutMs);
-    for (int i = 0; i < count; ++i) {
+    // Nothing more runs once the loop is told to stop: a handler would only ask again, and the
+    // request would stop the next run. What is left is still ready on the next pass.
+    for (int i = 0; i < count && !quit_; ++i) {
         const epoll_event& event = events[static_cast<std::size_t>(i)];
         // Copied out: epoll_event is packed, so its members may not be bound to references.
         const std::uint64_t key = event.data.u64;

@@ -19,6 +19,9 @@ inline constexpr NativeSocket kNoSocket = -1;
 // No SIGPIPE for a peer that has gone.
 inline constexpr int kSendFlags = MSG_NOSIGNAL;
 inline constexpr int kEndSending = SHUT_WR;
+// For an answer the connection ends after: held back until the end, so that answer and end
+// leave as one segment.
+inline constexpr int kLastSendFlags = MSG_NOSIGNAL | MSG_DONTWAIT | MSG_MORE;
 
 [[nodiscard]] inline SystemSocket native(NativeSocket socket) {
     return static_cast<SystemSocket>(socket);

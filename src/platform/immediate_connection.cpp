@@ -1,7 +1,7 @@
 #include "platform/immediate_connection.h"
 
-#include <sys/socket.h>
-#include <unistd.h>
+#include "socket_system.h"
+
 #include <utility>
 
 namespace cvl {
@@ -14,21 +14,20 @@ ImmediateConnection::ImmediateConnection(NativeSocket socket, std::string peer,
 
 ImmediateConnection::~ImmediateConnection() {
     // The end of the connection rides on the segment that carries the answer. Shutting down
-    // first sends both even when the client left bytes unread, where close() alone would
+    // first sends both even when the client left bytes unread, where closing alone would
     // reset the connection and drop what is still queued.
-    ::shutdown(static_cast<int>(socket_), SHUT_WR);
-    ::close(static_cast<int>(socket_));
+    ::shutdown(sys::native(socket_), sys::kEndSending);
+    sys::closeSocket(socket_);
 }
 
 bool ImmediateConnection::send(std::string_view data) {
-    // A fresh connection's send buffer takes these few bytes whole. MSG_MORE holds them back
-    // until the connection is closed, so that answer and end leave as one segment.
-    return ::send(static_cast<int>(socket_), data.data(), data.size(),
-                  MSG_NOSIGNAL | MSG_DONTWAIT | MSG_MORE) == static_cast<ssize_t>(data.size());
+    // A fresh connection's send buffer takes these few bytes whole.
+    return ::send(sys::native(socket_), data.data(), static_cast<int>(data.size()),
+                  sys::kLastSendFlags) == static_cast<int>(data.size());
 }
 
 void closeSocket(NativeSocket socket) {
-    ::close(static_cast<int>(socket));
+    sys::closeSocket(socket);
 }
 
 } // namespace cvl
