@@ -1,18 +1,14 @@
 // chronvale-server: the daemon, which links no toolkit at all. Where there is a display and
 // --headless is not given, it becomes the desktop program installed beside it, which shows
 // the window and tray icon over the same server.
-#include "app/headless_status.h"
+#include "app/headless_front_end.h"
 #include "app/run_server.h"
-#include "core/cvl_server.h"
-#include "platform/event_loop.h"
 #include "platform/linux/program_folder.h"
-#include "platform/stderr_prompter.h"
 
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -40,27 +36,6 @@ std::string desktopProgram(const std::filesystem::path& self) {
     return {};
 }
 
-// Standard error for the status line and the synchronisation result, No for every question.
-class HeadlessFrontEnd final : public cvl::FrontEnd {
-public:
-    cvl::Prompter& prompter() override { return prompter_; }
-    void build(cvl::CVL_Server& server) override {
-        status_ = std::make_unique<cvl::HeadlessStatus>(
-            server, [](const std::string& line) { cvl::writeStderrLine(line); });
-    }
-    void startUp(bool) override {}
-    int run(cvl::EventLoop& loop) override {
-        loop.run();
-        return 0;
-    }
-    void quit(cvl::EventLoop& loop) override { loop.quit(); }
-    void release() override { status_.reset(); }
-
-private:
-    cvl::StderrPrompter prompter_;
-    std::unique_ptr<cvl::HeadlessStatus> status_;
-};
-
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -81,6 +56,6 @@ int main(int argc, char* argv[]) {
         std::fputs("chronvale-server: the desktop program is not installed; running headless\n",
                    stderr);
     }
-    HeadlessFrontEnd frontEnd;
+    cvl::HeadlessFrontEnd frontEnd;
     return cvl::runServer(*parsed.line, frontEnd);
 }

@@ -48,4 +48,7 @@ public:
     virtual bool setSystemTimeUtc(const SystemTime& utc) = 0;
 };
 
+// True unless the environment forbids stepping the clock (CHRONVALE_NO_SET_CLOCK=1).
+[[nodiscard]] bool environmentAllowsClockStep();
+
 } // namespace cvl

@@ -5,6 +5,7 @@
 
 #include "platform/event_loop.h"
 
+#include <cstdint>
 #include <functional>
 
 namespace cvl {
@@ -29,7 +30,7 @@ private:
     void answerRequests();
 
     EventLoop& loop_;
-    int descriptor_ = -1;
+    std::intptr_t descriptor_ = -1; // a socket on Linux, a mutex on Windows
     SocketWatch watch_;
     std::function<bool()> show_;
 };

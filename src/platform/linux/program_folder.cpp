@@ -37,22 +37,4 @@ std::string defaultProgramFolder(const std::string& executableFolder, bool root,
     return (std::filesystem::path(dataHome) / "chronvale-server").lexically_normal().string();
 }
 
-bool provideServerFile(const std::string& programFolder, const std::string& shippedFile) {
-    namespace fs = std::filesystem;
-    const fs::path target = fs::path(programFolder) / kServerFileName;
-    std::error_code error;
-    if (fs::exists(target, error)) {
-        return true;
-    }
-    if (shippedFile.empty() || !fs::copy_file(shippedFile, target, error)) {
-        return false;
-    }
-    // The shipped file may be read-only; the copy must stay replaceable by the update check.
-    fs::permissions(target,
-                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
-                        fs::perms::others_read,
-                    error);
-    return true;
-}
-
 } // namespace cvl

@@ -4,6 +4,8 @@
 // folder of the machine (root) or of the user.
 #pragma once
 
+#include "platform/server_file_copy.h"
+
 #include <string>
 
 namespace cvl {
@@ -25,10 +27,5 @@ inline constexpr const char* kSystemProgramFolder = "/var/lib/chronvale-server";
 // an installed layout counts as well as the folder's permissions.
 [[nodiscard]] std::string defaultProgramFolder(const std::string& executableFolder, bool root,
                                                const std::string& dataHome);
-
-// Puts a copy of `shippedFile` into the program folder when that has no server file yet, so
-// that a fresh install synchronises without asking the update server first. A file already
-// there is never replaced. Returns whether the folder holds a server file afterwards.
-bool provideServerFile(const std::string& programFolder, const std::string& shippedFile);
 
 } // namespace cvl

@@ -1,7 +1,5 @@
 #include "platform/linux/system_clock.h"
 
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
 
 namespace cvl {
@@ -61,11 +59,6 @@ bool SystemClock::setSystemTimeUtc(const SystemTime& utc) {
     }
     const timespec target{seconds, static_cast<long>(utc.milliseconds) * 1000000L};
     return clock_settime(CLOCK_REALTIME, &target) == 0;
-}
-
-bool environmentAllowsClockStep() {
-    const char* value = std::getenv("CHRONVALE_NO_SET_CLOCK");
-    return value == nullptr || std::strcmp(value, "1") != 0;
 }
 
 } // namespace cvl

@@ -24,7 +24,4 @@ private:
     mutable LocalDateTime brokenDown_;
 };
 
-// True unless the environment forbids stepping the clock (CHRONVALE_NO_SET_CLOCK=1).
-[[nodiscard]] bool environmentAllowsClockStep();
-
 } // namespace cvl

@@ -1,0 +1,34 @@
+// The program without a window: the status line and the synchronisation result go to
+// standard error (the console on Windows), and every question is answered No.
+#pragma once
+
+#include "app/headless_status.h"
+#include "core/front_end.h"
+#include "platform/event_loop.h"
+#include "platform/stderr_prompter.h"
+
+#include <memory>
+
+namespace cvl {
+
+class HeadlessFrontEnd final : public FrontEnd {
+public:
+    Prompter& prompter() override { return prompter_; }
+    void build(CVL_Server& server) override {
+        status_ = std::make_unique<HeadlessStatus>(
+            server, [](const std::string& line) { writeStderrLine(line); });
+    }
+    void startUp(bool) override {}
+    int run(EventLoop& loop) override {
+        loop.run();
+        return 0;
+    }
+    void quit(EventLoop& loop) override { loop.quit(); }
+    void release() override { status_.reset(); }
+
+private:
+    StderrPrompter prompter_;
+    std::unique_ptr<HeadlessStatus> status_;
+};
+
+} // namespace cvl

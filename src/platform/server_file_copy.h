@@ -1,0 +1,13 @@
+// A fresh program folder gets the server file that ships with the program.
+#pragma once
+
+#include <string>
+
+namespace cvl {
+
+// Puts a copy of `shippedFile` into the program folder when that has no server file yet, so
+// that a fresh install synchronises without asking the update server first. A file already
+// there is never replaced. Returns whether the folder holds a server file afterwards.
+bool provideServerFile(const std::string& programFolder, const std::string& shippedFile);
+
+} // namespace cvl
