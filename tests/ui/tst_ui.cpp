@@ -117,7 +117,7 @@ private slots:
         rig.reset();
     }
 
-    void startUpBuildsTreeAndControls() {
+    void startUpBuildsAWindowWiredToTheController() {
         startWith("NA");
         ServerWindow& window = front->window();
         QVERIFY(window.isVisible());
@@ -135,14 +135,7 @@ private slots:
         QCOMPARE(units->itemText(0) + units->itemText(3), QStringLiteral("Second/sDay/s"));
         QCOMPARE(units->placeholderText(), QStringLiteral("Minutes/s"));
 
-        cleanup();
-        startWith("NA", true);
-        QVERIFY(!front->window().isVisible());
-    }
-
-    void windowClicksReachTheController() {
-        startWith("NA");
-        ServerWindow& window = front->window();
+        // Clicks in the window reach the controller.
         window.CVLSelected(2);
         auto* master = find<QCheckBox>(&window, "eNTP");
         QVERIFY(master->isVisible());
@@ -163,6 +156,10 @@ private slots:
         every->setText(QStringLiteral("15xy"));
         QCOMPARE(every->text(), QStringLiteral("15"));
         QCOMPARE(rig->server().syncControls().syncN, std::string("15"));
+
+        cleanup();
+        startWith("NA", true);
+        QVERIFY(!front->window().isVisible());
     }
 
     void pagesAndTrayFollowTheFirstSynchronisation() {
