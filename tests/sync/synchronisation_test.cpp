@@ -63,7 +63,6 @@ TEST_F(Synchronisation, AnswerSetsClockAndReference) {
     // The send stamp was taken at 00:00:00.000, whose fraction is never zero.
     EXPECT_EQ(server().timeQuery().SyncMessage(),
               "Adjusted by: 10187.9716796875 ms.  CVL Server is Synchronized.");
-    EXPECT_EQ(server().TipText().size(), 64u);
     EXPECT_EQ(server().listeners().udpRequests(ServiceId::Ntp).value(), 0);
 
     const std::vector<std::string> replies = exchange(ntpRequest(0));
