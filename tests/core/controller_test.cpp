@@ -1,8 +1,6 @@
-// The listeners over real loopback sockets: opening and closing by the operator's boxes, the
-// Enter key, port conflicts, the gate before the clock is set, the idle limit, and reuse of
-// closed sockets. The controller's start-up and shutdown around the settings: defaults on a
-// first start, the write-back order, the start-with-the-system entry, the logging override,
-// and a missing server file fetched before anything is opened.
+// The listeners over real loopback sockets, driven as the operator's boxes drive them; and the
+// controller's start-up and shutdown around the settings, the autostart entry and the server
+// file.
 #include "core/service_listeners.h"
 #include "http_stub.h"
 #include "loopback.h"
@@ -78,17 +76,12 @@ TEST_F(Listeners, BoxesFollowTheirRules) {
 TEST_F(Listeners, EnterRegistersTypedPort) {
     listeners->applySetting(Time, setting("YES:YES:NO", port));
     const std::uint16_t newPort = test::freePort(*loop);
-    const auto listening = [this] {
-        return listeners->tcpArray(Time).listener().serverPort();
-    };
-
     listeners->portTextChanged(Time, std::to_string(newPort));
     EXPECT_EQ(listeners->controls(Time).portToolTip, kPortChangedTip);
     listeners->portKeyPressed(Time, U'x');
-    EXPECT_EQ(listening(), port);
-
+    EXPECT_EQ(listeners->tcpArray(Time).listener().serverPort(), port);
     listeners->portKeyPressed(Time, 13);
-    EXPECT_EQ(listening(), newPort);
+    EXPECT_EQ(listeners->tcpArray(Time).listener().serverPort(), newPort);
     EXPECT_TRUE(listeners->udpBound(Time)) << "Enter opens UDP even with its box unticked";
     EXPECT_EQ(listeners->udpSocket(Time).localPort(), newPort);
     EXPECT_EQ(listeners->controls(Time).portToolTip, kPortRegisteredTip);
@@ -108,9 +101,12 @@ TEST_F(Listeners, PortConflictsAndBadPorts) {
     ASSERT_EQ(otherTcp.listen(port), StreamListener::ListenResult::Listening);
     ASSERT_EQ(otherUdp.bind(port), DatagramSocket::BindResult::Bound);
 
-    std::vector<std::string> status;
+    std::vector<std::string> status, withdrawn;
     listeners->onStatusText = [&status](const std::string& text) {
         status.push_back(text);
+    };
+    listeners->onStatusTextWithdrawn = [&](const std::string& text) {
+        withdrawn.push_back(text);
     };
     listeners->masterClicked(Daytime, true);
     listeners->portTextChanged(Daytime, std::to_string(port));
@@ -122,10 +118,6 @@ TEST_F(Listeners, PortConflictsAndBadPorts) {
               "That address is already in use.  Please select a different port than " + p +
                   ".\rDAYTIME SERVICE SERVER ERROR - PORT: " + p + " invalid.");
     // The message is taken back once the Daytime sockets open on a free port.
-    std::vector<std::string> withdrawn;
-    listeners->onStatusTextWithdrawn = [&withdrawn](const std::string& text) {
-        withdrawn.push_back(text);
-    };
     listeners->portTextChanged(Daytime, std::to_string(test::freePort(*loop)));
     listeners->portKeyPressed(Daytime, 13);
     EXPECT_EQ(open(Daytime), "tcp udp");
@@ -169,22 +161,10 @@ TEST_F(Listeners, NoClientAcceptedBeforeClockIsSet) {
     EXPECT_TRUE(runUntil([&] { return listeners->tcpArray(Unix).upperBound() == 1; }));
 }
 
-TEST_F(Listeners, QuietClientsAreClosed) {
+// A client quiet past the idle limit is closed, one that talks is not, one that leaves is let
+// go; the lowest closed socket takes the next client.
+TEST_F(Listeners, ClientsClosedAndTheirSocketsReused) {
     listeners = std::make_unique<ServiceListeners>(*loop, 300ms);
-    listeners->setTimeSynced();
-    listeners->applySetting(Client, setting("YES:YES:NO", port));
-    LoopbackClient quiet(*loop, port);
-    LoopbackClient talking(*loop, port);
-    ASSERT_TRUE(runUntil([&] { return listeners->tcpArray(Client).upperBound() == 2; }));
-    for (int i = 0; i < 5; ++i) { // keeps talking across the limit
-        test::runFor(*loop, 100ms);
-        talking.write("x");
-    }
-    EXPECT_TRUE(runUntil([&] { return quiet.closed; }));
-    EXPECT_FALSE(talking.closed);
-}
-
-TEST_F(Listeners, ClosedSocketsAreReused) {
     listeners->setTimeSynced();
     listeners->applySetting(Client, setting("YES:YES:NO", port));
     std::vector<std::string> shown;
@@ -192,16 +172,22 @@ TEST_F(Listeners, ClosedSocketsAreReused) {
         shown.emplace_back(address);
     };
     TcpSocketArray& array = listeners->tcpArray(Client);
-    std::vector<std::unique_ptr<LoopbackClient>> clients;
-    for (int i = 0; i < 3; ++i) {
-        clients.push_back(std::make_unique<LoopbackClient>(*loop, port));
-    }
+    LoopbackClient quiet(*loop, port);
+    auto talking = std::make_unique<LoopbackClient>(*loop, port);
+    auto leaving = std::make_unique<LoopbackClient>(*loop, port);
     ASSERT_TRUE(runUntil([&] { return array.upperBound() == 3; }));
     EXPECT_EQ(listeners->tcpRequests(Client).value(), 3);
     ASSERT_FALSE(shown.empty());
     EXPECT_TRUE(shown.back().starts_with("127.0.0.1:"));
 
-    clients.clear();
+    leaving.reset();
+    for (int i = 0; i < 5; ++i) { // keeps talking across the limit
+        test::runFor(*loop, 100ms);
+        talking->write("x");
+    }
+    EXPECT_TRUE(runUntil([&] { return quiet.closed; }));
+    EXPECT_FALSE(talking->closed);
+    talking.reset();
     EXPECT_TRUE(runUntil(
         [&] { return !array.at(1).isOpen() && !array.at(2).isOpen() && !array.at(3).isOpen(); }));
     EXPECT_EQ(array.freeIndex(), 1);

@@ -87,10 +87,7 @@ public:
         client_.onReceived = [this](const std::string& chunk) {
             received += chunk;
         };
-        client_.onEnded = [this] {
-            closed = true;
-        };
-        client_.onFailed = [this] {
+        client_.onEnded = client_.onFailed = [this] {
             closed = true;
         };
         client_.connectToHost(host, port);

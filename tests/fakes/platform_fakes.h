@@ -49,11 +49,7 @@ public:
 
     // The program's own key, as most tests want it.
     void putHome(const std::string& name, const std::string& text) {
-        values[homePath(name)] = text;
-    }
-    [[nodiscard]] std::string home(const std::string& name) const {
-        const auto it = values.find(homePath(name));
-        return it == values.end() ? std::string() : it->second;
+        values[path(HKEY_LOCAL_MACHINE, "Software\\Chronvale Server", name)] = text;
     }
 
     std::map<std::string, std::string> values;
@@ -61,9 +57,6 @@ public:
     long failWrites = ERROR_SUCCESS;
 
 private:
-    static std::string homePath(const std::string& name) {
-        return path(HKEY_LOCAL_MACHINE, "Software\\Chronvale Server", name);
-    }
     static std::string path(RegistryRoot root, const std::string& subKey, const std::string& name) {
         std::string lower = subKey;
         std::transform(lower.begin(), lower.end(), lower.begin(),
@@ -80,15 +73,11 @@ public:
         ++writes;
         return present = true;
     }
-    bool remove() override {
-        ++removals;
-        return std::exchange(present, false);
-    }
+    bool remove() override { return std::exchange(present, false); }
 
     bool present = false;
     std::string command;
     int writes = 0;
-    int removals = 0;
 };
 
 // Host facts chosen by the test; the program folder is usually a TempFolder.

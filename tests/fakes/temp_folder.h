@@ -4,12 +4,14 @@
 
 #include "platform/file_path.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace cvl::test {
 
@@ -44,6 +46,18 @@ inline std::string readFile(const std::string& path) {
     std::ostringstream bytes;
     bytes << file.rdbuf();
     return bytes.str();
+}
+
+// The file's lines, each ended by CR LF as the log writes them.
+inline std::vector<std::string> readLines(const std::string& path) {
+    const std::string text = readFile(path);
+    std::vector<std::string> lines;
+    for (std::size_t from = 0; from < text.size();) {
+        const std::size_t end = std::min(text.find("\r\n", from), text.size());
+        lines.push_back(text.substr(from, end - from));
+        from = end + 2;
+    }
+    return lines;
 }
 
 inline bool writeFile(const std::string& path, const std::string& bytes) {

@@ -6,22 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
+#include <sstream>
 #include <vector>
 
 using namespace cvl;
 
 namespace {
-
-std::vector<std::string> linesOf(const std::string& path) {
-    std::vector<std::string> lines;
-    const std::string text = test::readFile(path);
-    for (std::size_t start = 0; start < text.size();) {
-        const std::size_t end = text.find("\r\n", start);
-        lines.push_back(text.substr(start, end - start));
-        start = end == std::string::npos ? text.size() : end + 2;
-    }
-    return lines;
-}
 
 struct RequestLogTest : ::testing::Test {
     RequestLogTest() { clock.set({2026, 11, 16, 23, 59, 59}); }
@@ -66,8 +57,8 @@ TEST_F(RequestLogTest, NextRecordStartsNewFile) {
             clock.set({2026, 11, 17, 0, 0, 0});
         }
         log.CVLWLOG({}, "192.0.2.7", 123, 48, "NTPv4", "UDP");
-        const std::vector<std::string> lines =
-            linesOf(dir.filePath(removeLogs ? "Logs/CVLS161126.LOG" : "Logs/CVLS171126.LOG"));
+        const std::vector<std::string> lines = test::readLines(
+            dir.filePath(removeLogs ? "Logs/CVLS161126.LOG" : "Logs/CVLS171126.LOG"));
         ASSERT_EQ(lines.size(), 6u) << removeLogs;
         EXPECT_EQ(lines[3], "#Date: " + generalDateText(clock.localNow()));
         EXPECT_TRUE(
@@ -79,18 +70,11 @@ TEST_F(RequestLogTest, NextRecordStartsNewFile) {
 TEST_F(RequestLogTest, ByteTotal) {
     const auto total = [this](const char* code, const char* text, int sentB, int iByteTot) {
         RequestLog log(clock, dir.path(), "4.1.0", {});
+        log.setIdentity("host", "user", "10.0.0.1");
         log.CVLWLOG(text, "192.0.2.7", 123, sentB, code, "UDP", iByteTot);
-        std::string line = linesOf(log.currentFilePath()).back();
-        std::vector<std::string> items;
-        for (std::size_t start = 0;;) {
-            const std::size_t blank = line.find(' ', start);
-            items.push_back(line.substr(start, blank - start));
-            if (blank == std::string::npos) {
-                break;
-            }
-            start = blank + 1;
-        }
-        return items.size() == 21 ? items[14] : std::string(); // the line ends in a blank
+        std::istringstream line(test::readLines(log.currentFilePath()).back());
+        const std::vector<std::string> items{std::istream_iterator<std::string>(line), {}};
+        return items.size() == 20 ? items[14] : std::string();
     };
     EXPECT_EQ(total("NTPv4", "", 0, 0), "0");
     EXPECT_EQ(total("NTPv4", "", 48, 0), "48");

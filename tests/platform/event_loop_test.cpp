@@ -1,3 +1,4 @@
+#include "loop_waits.h"
 #include "platform/linux/epoll_event_loop.h"
 
 #include <gtest/gtest.h>
@@ -23,23 +24,6 @@ struct SocketPair {
     int fds[2] = {-1, -1};
 };
 
-// Runs the loop until `done` holds, or fails after two seconds.
-template <typename Done> void runUntil(EpollEventLoop& loop, Done done) {
-    Timer guard(loop, [&] {
-        ADD_FAILURE() << "the loop did not get there in time";
-        loop.quit();
-    });
-    guard.setSingleShot(true);
-    guard.start(2s);
-    Timer check(loop, [&] {
-        if (done()) {
-            loop.quit();
-        }
-    });
-    check.start(1ms);
-    loop.run();
-}
-
 } // namespace
 
 TEST(EventLoop, TimersFireInDeadlineOrderOnceOrRepeatedly) {
@@ -57,7 +41,7 @@ TEST(EventLoop, TimersFireInDeadlineOrderOnceOrRepeatedly) {
     repeating.start(15ms);
     stopped.start(5ms);
     stopped.stop();
-    runUntil(loop, [&] { return fired.find('L') != std::string::npos; });
+    ASSERT_TRUE(test::runUntil(loop, [&] { return fired.find('L') != std::string::npos; }));
     EXPECT_EQ(fired.substr(0, 2), "Er");
     EXPECT_GE(std::count(fired.begin(), fired.end(), 'r'), 2);
     EXPECT_EQ(fired.find('S'), std::string::npos);
@@ -77,7 +61,7 @@ TEST(EventLoop, HandlersMayStopRestartAndDestroyTimers) {
     killer.start(5ms);
     victim->start(6ms);
     self.start(1ms);
-    runUntil(loop, [&] { return restarts == 3 && !victim; });
+    ASSERT_TRUE(test::runUntil(loop, [&] { return restarts == 3 && !victim; }));
     std::this_thread::sleep_for(10ms);
     loop.dispatchReady();
 }
@@ -99,7 +83,7 @@ TEST(EventLoop, WatchesReportReadinessUntilPausedOrGone) {
         }
     }));
     ASSERT_EQ(::write(pair.fds[1], "ab", 2), 2);
-    runUntil(loop, [&] { return received.size() == 2; });
+    ASSERT_TRUE(test::runUntil(loop, [&] { return received.size() == 2; }));
 
     unsigned writable = 0;
     SocketWatch writer;
@@ -109,14 +93,14 @@ TEST(EventLoop, WatchesReportReadinessUntilPausedOrGone) {
     }));
     reader.setInterest(0);
     ASSERT_EQ(::write(pair.fds[1], "c", 1), 1);
-    runUntil(loop, [&] { return writable != 0; });
+    ASSERT_TRUE(test::runUntil(loop, [&] { return writable != 0; }));
     EXPECT_EQ(writable, unsigned{EventLoop::Writable});
     EXPECT_EQ(received, "ab"); // paused
 
     // The end of the stream is reported as readable, after what was left.
     reader.setInterest(EventLoop::Readable);
     ::shutdown(pair.fds[1], SHUT_WR);
-    runUntil(loop, [&] { return !reader.isWatching(); });
+    ASSERT_TRUE(test::runUntil(loop, [&] { return !reader.isWatching(); }));
     EXPECT_EQ(received, "abc.");
 
     // A socket that cannot be watched is refused, not half-watched.

@@ -1,3 +1,4 @@
+#include "loop_waits.h"
 #include "platform/host_lookup.h"
 #include "platform/linux/epoll_event_loop.h"
 
@@ -5,23 +6,6 @@
 
 using namespace cvl;
 using namespace std::chrono_literals;
-
-namespace {
-
-// Runs the loop until `done` holds, for `most` at most.
-template <typename Done>
-bool runUntil(EpollEventLoop& loop, Done done, std::chrono::milliseconds most = 2s) {
-    const auto limit = std::chrono::steady_clock::now() + most;
-    while (!done() && std::chrono::steady_clock::now() < limit) {
-        Timer tick(loop, [&loop] { loop.quit(); });
-        tick.setSingleShot(true);
-        tick.start(5ms);
-        loop.run();
-    }
-    return done();
-}
-
-} // namespace
 
 TEST(HostLookup, LiteralsAtOnceNamesLaterOnTheLoop) {
     EpollEventLoop loop;
@@ -38,10 +22,10 @@ TEST(HostLookup, LiteralsAtOnceNamesLaterOnTheLoop) {
     lookup.start("localhost", 123, record);
     EXPECT_TRUE(lookup.isRunning());
     EXPECT_EQ(answers.size(), 1u);
-    ASSERT_TRUE(runUntil(loop, [&] { return answers.size() == 2; }));
+    ASSERT_TRUE(test::runUntil(loop, [&] { return answers.size() == 2; }));
     EXPECT_TRUE(answers[1] == "127.0.0.1" || answers[1] == "::1") << answers[1];
     lookup.start("no-such-host.invalid", 123, record);
-    ASSERT_TRUE(runUntil(loop, [&] { return answers.size() == 3; }));
+    ASSERT_TRUE(test::runUntil(loop, [&] { return answers.size() == 3; }));
     EXPECT_EQ(answers[2], "none");
 }
 
@@ -53,13 +37,12 @@ TEST(HostLookup, ANewerLookupOrTheLookupsEndDropsTheAnswer) {
         HostLookup lookup(loop);
         lookup.start("localhost", 1, [&](const std::vector<PeerAddress>&) { ++stale; });
         lookup.start("localhost", 2, [&](const std::vector<PeerAddress>&) { ++fresh; });
-        ASSERT_TRUE(runUntil(loop, [&] { return fresh == 1; }));
+        ASSERT_TRUE(test::runUntil(loop, [&] { return fresh == 1; }));
         lookup.start("localhost", 3, [&](const std::vector<PeerAddress>&) { ++stale; });
         lookup.cancel();
         lookup.start("localhost", 4, [&](const std::vector<PeerAddress>&) { ++stale; });
-    } // gone before its answer
-    runUntil(
-        loop, [] { return false; }, 200ms); // time enough for any stray answer
+    }                          // gone before its answer
+    test::runFor(loop, 200ms); // time enough for any stray answer
     EXPECT_EQ(stale, 0);
     EXPECT_EQ(fresh, 1);
 }

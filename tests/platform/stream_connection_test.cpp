@@ -1,3 +1,4 @@
+#include "loop_waits.h"
 #include "platform/linux/epoll_event_loop.h"
 #include "platform/stream_connection.h"
 
@@ -28,13 +29,7 @@ struct Rig {
     }
     ~Rig() { ::close(client); }
 
-    // Runs the loop for about `span`.
-    void run(std::chrono::milliseconds span = 20ms) {
-        Timer stop(loop, [this] { loop.quit(); });
-        stop.setSingleShot(true);
-        stop.start(span);
-        loop.run();
-    }
+    void run(std::chrono::milliseconds span = 20ms) { test::runFor(loop, span); }
     // Everything the client can read now; "|" marks the end of the stream.
     std::string drainClient() {
         std::string text;

@@ -27,12 +27,9 @@ int connectTo(std::uint16_t port) {
 }
 
 // What /proc tells of the process: resident memory in kB, descriptors held, and CPU ticks
-// spent (utime + stime).
-std::string procFile(pid_t pid, const std::string& name) {
-    return test::readFile("/proc/" + std::to_string(pid) + '/' + name);
-}
+// spent (utime + stime, the 12th and 13th fields after the name in parentheses).
 long residentKb(pid_t pid) {
-    const std::string status = procFile(pid, "status");
+    const std::string status = test::readFile("/proc/" + std::to_string(pid) + "/status");
     const std::size_t at = status.find("VmRSS:");
     return at == std::string::npos ? -1 : std::stol(status.substr(at + 6));
 }
@@ -42,8 +39,8 @@ long descriptors(pid_t pid) {
     return std::distance(fds, std::filesystem::directory_iterator());
 }
 long cpuTicks(pid_t pid) {
-    const std::string stat = procFile(pid, "stat");
-    long user = 0, system = 0; // after the name in parentheses, the 12th and 13th fields
+    const std::string stat = test::readFile("/proc/" + std::to_string(pid) + "/stat");
+    long user = 0, system = 0;
     std::sscanf(stat.c_str() + std::min(stat.size(), stat.rfind(')') + 1),
                 "%*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %ld %ld", &user, &system);
     return user + system;
@@ -208,7 +205,6 @@ TEST_P(DamagedFiles, NeverStopTheStart) {
     const std::string line =
         "127.0.0.1:::" + std::string(damage.lineLength - 20, 'a') + " NA:::2:::\r\n";
     std::string list;
-    list.reserve(line.size() * static_cast<std::size_t>(damage.serverLines));
     for (int i = 0; i < damage.serverLines; ++i) {
         list += line;
     }

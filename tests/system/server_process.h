@@ -1,7 +1,7 @@
 // Programs the system tests start: the built server, the way tests must start it (never allowed
 // to set the clock, its settings, data and desktop folders inside a temporary directory), and
-// the real clients run against it. Their output is read while the test's event loop runs,
-// every wait is bounded, and only a process the test started is ever signalled.
+// the real clients run against it. Every wait is bounded, and only a process the test started
+// is ever signalled.
 #pragma once
 
 #include "loopback.h"
@@ -42,8 +42,8 @@ inline bool launched() {
     return !launcher().empty();
 }
 
-// One child process: its standard input given up front, its standard output and error
-// collected whenever the loop runs.
+// One child process, looked up on PATH. Its standard input is a file written up front, so that
+// a child that never reads cannot block the test; its output and errors go to files of its own.
 class ChildProcess {
 public:
     explicit ChildProcess(EventLoop& loop)
@@ -55,61 +55,29 @@ public:
                 ::usleep(10000);
             }
         }
-        for (Pipe& pipe : pipes_) {
-            stopReading(pipe);
-        }
     }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    // `command` is looked up on PATH, and runs in this environment with `changes`
-    // ("NAME=value") made to it. False when it cannot be started.
-    bool start(const Words& command, const Words& changes = {}, const std::string& input = {}) {
-        Words environment;
-        for (char** entry = environ; *entry != nullptr; ++entry) {
-            const std::string_view text = *entry;
-            if (std::none_of(changes.begin(), changes.end(), [&](const std::string& change) {
-                    return text.starts_with(change.substr(0, change.find('=') + 1));
-                })) {
-                environment.emplace_back(text);
-            }
-        }
-        environment.insert(environment.end(), changes.begin(), changes.end());
-        int in[2], out[2], err[2];
-        if (command.empty() || input.size() >= 65536 || ::pipe2(in, O_CLOEXEC) != 0) {
-            return false;
-        }
-        // Written before the start, so that a child that never reads cannot block the test.
-        const bool ready =
-            ::write(in[1], input.data(), input.size()) == static_cast<ssize_t>(input.size()) &&
-            ::pipe2(out, O_CLOEXEC) == 0 && ::pipe2(err, O_CLOEXEC) == 0;
-        ::close(in[1]);
-        if (!ready) {
-            ::close(in[0]);
+    bool start(const Words& command, const std::string& input = {}) {
+        const std::string in = files_.filePath("in"), out = files_.filePath("out"),
+                          err = files_.filePath("err");
+        if (command.empty() || !writeFile(in, input)) {
             return false;
         }
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, in[0], 0);
-        posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-        posix_spawn_file_actions_adddup2(&actions, err[1], 2);
-        const auto pointers = [](const Words& words) {
-            std::vector<char*> list;
-            for (const std::string& word : words) {
-                list.push_back(const_cast<char*>(word.c_str()));
-            }
-            list.push_back(nullptr);
-            return list;
-        };
-        const bool started =
-            ::posix_spawnp(&pid_, command[0].c_str(), &actions, nullptr, pointers(command).data(),
-                           pointers(environment).data()) == 0;
-        posix_spawn_file_actions_destroy(&actions);
-        for (const int fd : {in[0], out[1], err[1]}) {
-            ::close(fd);
+        posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
+        posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT, 0600);
+        std::vector<char*> words;
+        for (const std::string& word : command) {
+            words.push_back(const_cast<char*>(word.c_str()));
         }
-        collect(pipes_[0], out[0], output);
-        collect(pipes_[1], err[0], errors);
+        words.push_back(nullptr);
+        const bool started =
+            ::posix_spawnp(&pid_, words[0], &actions, nullptr, words.data(), environ) == 0;
+        posix_spawn_file_actions_destroy(&actions);
         pid_ = started ? pid_ : -1;
         return started;
     }
@@ -121,9 +89,6 @@ public:
     int wait(std::chrono::milliseconds limit) {
         (void)runUntil(
             loop_, [this] { return exited(); }, limit);
-        for (Pipe& pipe : pipes_) {
-            readPipe(pipe); // all it wrote before it ended is there now
-        }
         return exited() ? status_ : -1;
     }
     // SIGTERM, then the exit code as wait() gives it.
@@ -133,8 +98,9 @@ public:
         }
         return wait(std::chrono::seconds(10));
     }
-
-    std::string output, errors; // so far
+    // What it has written so far.
+    [[nodiscard]] std::string output() const { return readFile(files_.filePath("out")); }
+    [[nodiscard]] std::string errors() const { return readFile(files_.filePath("err")); }
 
 private:
     bool exited() {
@@ -145,40 +111,12 @@ private:
         }
         return reaped_;
     }
-    struct Pipe {
-        int fd = -1;
-        std::string* text = nullptr;
-        SocketWatch watch;
-    };
-    void collect(Pipe& pipe, int fd, std::string& text) {
-        pipe.fd = fd;
-        pipe.text = &text;
-        ::fcntl(fd, F_SETFL, O_NONBLOCK);
-        pipe.watch.start(loop_, fd, EventLoop::Readable, [&pipe](unsigned) { readPipe(pipe); });
-    }
-    // Whatever waits in the pipe; at its end it is closed, as it would be readable for ever.
-    static void readPipe(Pipe& pipe) {
-        char buffer[4096];
-        ssize_t got = 0;
-        while (pipe.fd >= 0 && (got = ::read(pipe.fd, buffer, sizeof buffer)) > 0) {
-            pipe.text->append(buffer, static_cast<std::size_t>(got));
-        }
-        if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR)) {
-            stopReading(pipe);
-        }
-    }
-    static void stopReading(Pipe& pipe) {
-        pipe.watch.reset();
-        if (pipe.fd >= 0) {
-            ::close(std::exchange(pipe.fd, -1));
-        }
-    }
 
     EventLoop& loop_;
+    TempFolder files_;
     pid_t pid_ = -1;
     bool reaped_ = false;
     int status_ = -1;
-    Pipe pipes_[2]; // standard output, standard error
 };
 
 struct Ports {
@@ -222,16 +160,20 @@ public:
     }
 
     // The whole command line as given, after a `wrapper` command (prlimit, ip netns exec) and
-    // the launcher. CHRONVALE_TEST_SERVER names another build of the server.
+    // the launcher. CHRONVALE_TEST_SERVER names another build of the server. env and the
+    // wrappers exec what follows them, so the process signalled is the server itself.
     bool launch(const Words& arguments, const Words& wrapper = {}) {
         const char* chosen = std::getenv("CHRONVALE_TEST_SERVER");
         const std::string program =
             chosen != nullptr && *chosen != '\0' ? chosen : CHRONVALE_SERVER_EXE;
-        return process.start(
-            concat({wrapper, launcher(), {program}, arguments}),
-            {"CHRONVALE_NO_SET_CLOCK=1", "HOME=" + dir.filePath("home"),
-             "XDG_CONFIG_HOME=" + dir.filePath("xdg"), "XDG_DATA_HOME=" + dir.filePath("share"),
-             "XDG_RUNTIME_DIR=" + dir.filePath("runtime"), "WINEPREFIX=" + dir.filePath("wine")});
+        return process.start(concat(
+            {{"env", "CHRONVALE_NO_SET_CLOCK=1", "HOME=" + dir.filePath("home"),
+              "XDG_CONFIG_HOME=" + dir.filePath("xdg"), "XDG_DATA_HOME=" + dir.filePath("share"),
+              "XDG_RUNTIME_DIR=" + dir.filePath("runtime"), "WINEPREFIX=" + dir.filePath("wine")},
+             wrapper,
+             launcher(),
+             {program},
+             arguments}));
     }
     bool start(const Words& extra = {}, const Words& wrapper = {}) {
         return launch(concat({safeArguments(), extra}), wrapper);
@@ -243,9 +185,10 @@ public:
     }
     // Whether its clock has been set from the reference within the time allowed.
     bool waitSynchronised() { return waitForError("Synchronized", std::chrono::seconds(5)); }
-    [[nodiscard]] const std::string& errors() const { return process.errors; }
+    [[nodiscard]] std::string errors() const { return process.errors(); }
     [[nodiscard]] std::string lastErrors() const {
-        return errors().substr(errors().size() - std::min<std::size_t>(errors().size(), 2000));
+        const std::string all = errors();
+        return all.substr(all.size() - std::min<std::size_t>(all.size(), 2000));
     }
 
     EventLoop& loop;

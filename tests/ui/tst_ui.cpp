@@ -117,7 +117,7 @@ private slots:
         rig.reset();
     }
 
-    void startUpBuildsTreeAndControls() {
+    void startUpBuildsAWindowWiredToTheController() {
         startWith("NA");
         ServerWindow& window = front->window();
         QVERIFY(window.isVisible());
@@ -134,16 +134,8 @@ private slots:
         QCOMPARE(units->count(), 4);
         QCOMPARE(units->itemText(0) + units->itemText(3), QStringLiteral("Second/sDay/s"));
         QCOMPARE(units->placeholderText(), QStringLiteral("Minutes/s"));
-        QVERIFY(rig->server().LogEnabled());
 
-        cleanup();
-        startWith("NA", true);
-        QVERIFY(!front->window().isVisible());
-    }
-
-    void windowClicksReachTheController() {
-        startWith("NA");
-        ServerWindow& window = front->window();
+        // Clicks in the window reach the controller.
         window.CVLSelected(2);
         auto* master = find<QCheckBox>(&window, "eNTP");
         QVERIFY(master->isVisible());
@@ -164,6 +156,10 @@ private slots:
         every->setText(QStringLiteral("15xy"));
         QCOMPARE(every->text(), QStringLiteral("15"));
         QCOMPARE(rig->server().syncControls().syncN, std::string("15"));
+
+        cleanup();
+        startWith("NA", true);
+        QVERIFY(!front->window().isVisible());
     }
 
     void pagesAndTrayFollowTheFirstSynchronisation() {
@@ -388,42 +384,36 @@ private slots:
         QCOMPARE(copy.picture().size(), QSize(20, 10));
     }
 
+    // Default and focused without the focus rectangle: the plain style draws no frame in any
+    // state, the raised one does. ShowFocusRect adds the dotted rectangle except in style 3,
+    // which marks focus in its own shading instead.
     void framesAndFocus() {
         QBKButtons b;
         b.setBackColor(0x405060);
         b.setGeometry(0, 0, 60, 24);
         QBKButtonLook look;
         b.initLook(look);
-        look.isDefault = look.focused = true;
-        look.showFocusRect = false;
+        look.isDefault = true;
         QImage face(look.rect.size(), QImage::Format_ARGB32);
         face.fill(QColor(0x60, 0x50, 0x40));
         for (const auto state :
              {QBKButtonLook::Normal, QBKButtonLook::Hover, QBKButtonLook::Pressed}) {
             look.state = state;
+            look.focused = true;
+            look.showFocusRect = false;
             look.style = QBKButtons::PlainStyle;
             QCOMPARE(render(look), face);
             look.style = QBKButtons::RaisedStyle;
             QVERIFY(render(look) != face);
-        }
-
-        // Focused either way, ShowFocusRect adds the dotted rectangle, except in style 3.
-        look.style = QBKButtons::PlainStyle;
-        look.showFocusRect = true;
-        QVERIFY(render(look) != face);
-        look.style = QBKButtons::XpStyle;
-        const QImage xp = render(look);
-        look.showFocusRect = false;
-        QCOMPARE(render(look), xp);
-
-        // Without that rectangle, style 3 marks focus in its own shading, in every state.
-        for (const auto state :
-             {QBKButtonLook::Normal, QBKButtonLook::Hover, QBKButtonLook::Pressed}) {
-            look.state = state;
-            look.focused = true;
-            const QImage focused = render(look);
-            look.focused = false;
-            QVERIFY(render(look) != focused);
+            look.style = QBKButtons::XpStyle;
+            const QImage xp = render(look);
+            look.showFocusRect = true;
+            QCOMPARE(render(look), xp);
+            look.style = QBKButtons::PlainStyle;
+            QVERIFY(render(look) != face);
+            look.style = QBKButtons::XpStyle;
+            look.focused = look.showFocusRect = false;
+            QVERIFY(render(look) != xp);
         }
     }
 };
