@@ -1,6 +1,5 @@
 #include "loop_waits.h"
 #include "platform/host_lookup.h"
-#include "platform/linux/epoll_event_loop.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +7,8 @@ using namespace cvl;
 using namespace std::chrono_literals;
 
 TEST(HostLookup, LiteralsAtOnceNamesLaterOnTheLoop) {
-    EpollEventLoop loop;
+    const std::unique_ptr<EventLoop> ownLoop = makeEventLoop();
+    EventLoop& loop = *ownLoop;
     HostLookup lookup(loop);
     std::vector<std::string> answers;
     const auto record = [&](const std::vector<PeerAddress>& found) {
@@ -30,7 +30,8 @@ TEST(HostLookup, LiteralsAtOnceNamesLaterOnTheLoop) {
 }
 
 TEST(HostLookup, ANewerLookupOrTheLookupsEndDropsTheAnswer) {
-    EpollEventLoop loop;
+    const std::unique_ptr<EventLoop> ownLoop = makeEventLoop();
+    EventLoop& loop = *ownLoop;
     int stale = 0;
     int fresh = 0;
     {

@@ -1,0 +1,35 @@
+// The settings store on the real registry (wine's, in the test run's own prefix): values go
+// in and out as written, and the error texts come from the registry's own failures.
+#include "core/registry.h"
+#include "platform/windows/registry_settings_store.h"
+
+#include <gtest/gtest.h>
+
+using namespace cvl;
+
+TEST(WindowsRegistry, ValuesAndRealFailures) {
+    RegistrySettingsStore store;
+    Registry registry(store);
+    const std::string key = "Software\\Chronvale Server Test";
+
+    ASSERT_TRUE(registry.write(HKEY_LOCAL_MACHINE, key, "NTP37", "YES:YES:NO:37"));
+    EXPECT_EQ(registry.read(key, "NTP37"), "YES:YES:NO:37");
+    EXPECT_TRUE(registry.keyExists(HKEY_LOCAL_MACHINE, key));
+    EXPECT_EQ(store.valueNames(HKEY_LOCAL_MACHINE, key), std::vector<std::string>{"NTP37"});
+
+    // Longer than the read buffer: read as nothing, with the registry's own complaint.
+    ASSERT_TRUE(registry.write(HKEY_LOCAL_MACHINE, key, "Long",
+                               std::string(RegistrySettingsStore::kReadBufferBytes, 'x')));
+    EXPECT_EQ(registry.read(key, "Long"), "");
+    EXPECT_EQ(registry.lastError(),
+              "There is more data than the buffer has been allocated to hold.");
+
+    // Missing keys and values are no error; a handle that is no root is one.
+    EXPECT_FALSE(registry.keyExists(HKEY_LOCAL_MACHINE, key + "\\Missing"));
+    EXPECT_EQ(registry.lastError(), "");
+    EXPECT_EQ(registry.remove(HKEY_LOCAL_MACHINE, key, "NTP37"), ERROR_SUCCESS);
+    EXPECT_EQ(registry.read(key, "NTP37"), "");
+    EXPECT_EQ(registry.lastError(), "");
+    EXPECT_FALSE(registry.write(0x80000009u, key, "NTP37", "x"));
+    EXPECT_TRUE(registry.lastError().starts_with("Undefined Error Code:")) << registry.lastError();
+}
