@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/event_loop.h"
+#include "platform/socket_failure.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
@@ -55,16 +56,6 @@ inline void allowRelisten(NativeSocket socket) {
 
 // Datagram sockets need nothing more here.
 inline void prepareDatagramSocket(NativeSocket) {}
-
-enum class Failure {
-    WouldBlock,
-    InProgress,
-    AddressInUse,
-    FamilyMissing,
-    OutOfResources,
-    NotUsable,
-    Other
-};
 
 // Why the last socket call failed.
 [[nodiscard]] inline Failure lastFailure() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/event_loop.h"
+#include "platform/socket_failure.h"
 
 // clang-format off: winsock2.h before windows.h, or the old winsock.h comes in with it.
 #include <winsock2.h>
@@ -39,16 +40,6 @@ inline void closeSocket(NativeSocket socket) {
 void allowRelisten(NativeSocket socket);
 // The same for datagram sockets, and no reads failing because an earlier answer was refused.
 void prepareDatagramSocket(NativeSocket socket);
-
-enum class Failure {
-    WouldBlock,
-    InProgress,
-    AddressInUse,
-    FamilyMissing,
-    OutOfResources,
-    NotUsable,
-    Other
-};
 
 // Why the last socket call failed.
 [[nodiscard]] Failure lastFailure();
