@@ -4,6 +4,7 @@
 #include "platform/autostart.h"
 #include "platform/host_info.h"
 #include "platform/launcher.h"
+#include "platform/server_file_copy.h"
 #include "services/daytime_service.h"
 #include "services/ntp_service.h"
 #include "services/time_service.h"
@@ -196,7 +197,7 @@ void CVL_Server::shutdown() {
 }
 
 std::string CVL_Server::serverFilePath() const {
-    return platform_.host.programFolder() + "/QBK_CVLS4.CVL";
+    return platform_.host.programFolder() + '/' + kServerFileName;
 }
 
 void CVL_Server::ReadCVLFile() {

@@ -5,12 +5,6 @@
 
 namespace cvl {
 
-namespace {
-
-constexpr char kServerFileName[] = "QBK_CVLS4.CVL";
-
-} // namespace
-
 bool provideServerFile(const std::string& programFolder, const std::string& shippedFile) {
     namespace fs = std::filesystem;
     const fs::path target = filePath(programFolder) / kServerFileName;

@@ -5,12 +5,6 @@
 
 namespace cvl {
 
-namespace {
-
-constexpr const char* kServerFileName = "QBK_CVLS4.CVL";
-
-} // namespace
-
 std::string runningProgramFile() {
     std::error_code error;
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);

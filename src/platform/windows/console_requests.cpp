@@ -1,6 +1,7 @@
 #include "platform/windows/console_requests.h"
 
 #include <atomic>
+#include <utility>
 #include <windows.h>
 
 namespace cvl {
@@ -8,22 +9,23 @@ namespace cvl {
 namespace {
 
 // The one handler of the process; the system knows no context pointer for it.
-EventLoop* gLoop = nullptr;
-std::function<void()>* gStop = nullptr;
-HANDLE gStopped = nullptr;
+std::atomic<EventLoop*> gLoop{nullptr};
+std::function<void()> gStop; // touched on the loop's thread only
+HANDLE gStopped = nullptr;   // kept open: a late handler may still wait on it
 std::atomic<bool> gAsked{false};
 
 // Windows ends a closing console's process about five seconds after the event.
 constexpr DWORD kCloseWaitMs = 4500;
 
 BOOL WINAPI consoleEvent(DWORD event) {
-    if (gLoop == nullptr) {
+    EventLoop* loop = gLoop.load();
+    if (loop == nullptr) {
         return FALSE;
     }
     if (!gAsked.exchange(true)) {
-        gLoop->post([] {
-            if (gStop != nullptr) {
-                (*gStop)();
+        loop->post([] {
+            if (gStop) {
+                gStop();
             }
         });
     }
@@ -36,18 +38,17 @@ BOOL WINAPI consoleEvent(DWORD event) {
 } // namespace
 
 ConsoleRequests::ConsoleRequests(EventLoop& loop, std::function<void()> stop) {
-    gLoop = &loop;
-    gStop = new std::function<void()>(std::move(stop));
+    gStop = std::move(stop);
     gStopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    gLoop = &loop;
     SetConsoleCtrlHandler(consoleEvent, TRUE);
 }
 
 ConsoleRequests::~ConsoleRequests() {
     SetConsoleCtrlHandler(consoleEvent, FALSE);
     gLoop = nullptr;
-    SetEvent(gStopped); // a handler still waiting may let the process end now
-    delete gStop;
     gStop = nullptr;
+    SetEvent(gStopped); // a handler still waiting may let the process end now
 }
 
 } // namespace cvl

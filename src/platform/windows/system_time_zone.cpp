@@ -15,6 +15,11 @@ std::string nameText(const WCHAR (&name)[32]) {
 } // namespace
 
 const TimeZoneReading& SystemTimeZone::GetTimeZoneInformation() const {
+    const unsigned long long second = GetTickCount64() / 1000;
+    if (second == readAtSecond_) {
+        return reading_;
+    }
+    readAtSecond_ = second;
     TIME_ZONE_INFORMATION zone{};
     reading_.result = ::GetTimeZoneInformation(&zone);
     reading_.info.Bias = zone.Bias;

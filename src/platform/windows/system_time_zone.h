@@ -1,4 +1,6 @@
-// The local zone as Windows keeps it: GetTimeZoneInformation as it is.
+// The local zone as Windows keeps it: GetTimeZoneInformation as it is, read at most once per
+// second of the tick count, since every request asks for it and neither the zone's rules nor
+// the season change within a second.
 #pragma once
 
 #include "platform/time_zone.h"
@@ -10,6 +12,7 @@ public:
     [[nodiscard]] const TimeZoneReading& GetTimeZoneInformation() const override;
 
 private:
+    mutable unsigned long long readAtSecond_ = ~0ull;
     mutable TimeZoneReading reading_;
 };
 

@@ -42,7 +42,7 @@ public:
         folder = fs::absolute(folder, error).lexically_normal();
         fs::create_directories(folder, error);
         if (folder != executableFolder) {
-            provideServerFile(pathText(folder), pathText(executableFolder / "QBK_CVLS4.CVL"));
+            provideServerFile(pathText(folder), pathText(executableFolder / kServerFileName));
         }
         std::string programFolder = pathText(folder.make_preferred());
         while (programFolder.size() > 3 && programFolder.back() == '\\') {
