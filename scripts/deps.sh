@@ -14,7 +14,9 @@ elif [[ "${1:-}" == "--fuzz" ]]; then
 elif [[ "${1:-}" == "--bench" ]]; then
   packages+=(chrony openbsd-inetd util-linux iproute2)
 elif [[ "${1:-}" == "--windows" ]]; then
-  packages=(cmake ninja-build googletest g++-mingw-w64-x86-64-posix wine64)
+  # The system tests that start the Windows program are Linux programs, with the real clients.
+  packages=(cmake ninja-build g++ googletest g++-mingw-w64-x86-64-posix wine64
+            chrony rdate ntpsec-ntpdig socat util-linux)
 fi
 
 missing=()

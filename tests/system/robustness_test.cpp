@@ -56,15 +56,14 @@ protected:
         ::setrlimit(RLIMIT_NOFILE, &limit);
     }
     void TearDown() override {
-        // Under a launcher no signal reaches the server: it is killed when it goes.
-        if (server && !test::launched()) {
-            EXPECT_EQ(server->process.terminate(), 0) << server->lastErrors();
+        if (server) {
+            EXPECT_EQ(server->stop(), 0) << server->lastErrors();
         }
     }
 
     void startServer(const test::Words& wrapper = {}) {
         server = std::make_unique<test::ServerProcess>(*loop);
-        server->configure(ports);
+        ASSERT_TRUE(server->configure(ports));
         ASSERT_TRUE(server->start({"--reference-port", std::to_string(reference.port())}, wrapper));
         ASSERT_TRUE(server->waitSynchronised()) << server->errors();
     }
@@ -150,12 +149,14 @@ TEST_F(Robustness, ThousandTcpClientsBehavingBadly) {
             *loop, [&] { return descriptors(pid()) <= baseline + 2; }, 10s))
             << descriptors(pid()) << " descriptors, " << baseline << " before";
     }
-    // Every service still answers in full.
-    EXPECT_EQ(test::tcpExchange(*loop, ports.time).size(), 4u);
-    EXPECT_EQ(test::tcpExchange(*loop, ports.unixTime).size(), 4u);
+    // Every service still answers in full. Under wine, whose loopback costs about a
+    // millisecond a connection, the last backlogs are still being taken at this point.
+    const auto within = test::launched() ? 10000ms : 1500ms;
+    EXPECT_EQ(test::tcpExchange(*loop, ports.time, {}, within).size(), 4u);
+    EXPECT_EQ(test::tcpExchange(*loop, ports.unixTime, {}, within).size(), 4u);
     // "Monday, November 16, 2026 ..."
-    EXPECT_NE(test::tcpExchange(*loop, ports.daytime).find(", 20"), std::string::npos);
-    EXPECT_EQ(test::tcpExchange(*loop, ports.ntp, test::ntpRequest(1)).size(), 48u);
+    EXPECT_NE(test::tcpExchange(*loop, ports.daytime, {}, within).find(", 20"), std::string::npos);
+    EXPECT_EQ(test::tcpExchange(*loop, ports.ntp, test::ntpRequest(1), within).size(), 48u);
     EXPECT_TRUE(answersUdp(ports.time));
 }
 
@@ -184,9 +185,10 @@ TEST_F(Robustness, RunningOutOfDescriptors) {
 
 struct Damage {
     const char* name;
-    std::string settings; // none written when empty
+    std::string settings, registry; // the INI file's text, or the registry's value lines
     int serverLines;
     std::size_t lineLength;
+    std::string windowsStatus = {}; // a status line the Windows program shows for it
 };
 
 void PrintTo(const Damage& damage, std::ostream* out) {
@@ -198,9 +200,7 @@ class DamagedFiles : public Robustness, public testing::WithParamInterface<Damag
 TEST_P(DamagedFiles, NeverStopTheStart) {
     const Damage& damage = GetParam();
     server = std::make_unique<test::ServerProcess>(*loop);
-    if (!damage.settings.empty()) {
-        ASSERT_TRUE(test::writeFile(server->settingsPath(), damage.settings));
-    }
+    ASSERT_TRUE(server->writeSettings(damage.settings, damage.registry));
     // Loopback addresses only: the names are what is long.
     const std::string line =
         "127.0.0.1:::" + std::string(damage.lineLength - 20, 'a') + " NA:::2:::\r\n";
@@ -211,16 +211,34 @@ TEST_P(DamagedFiles, NeverStopTheStart) {
     ASSERT_TRUE(test::writeFile(server->serverFile(), list));
     ASSERT_TRUE(server->start(
         {"--reference-port", std::to_string(reference.port()), "--update-server", "127.0.0.1:1"}));
+    if (test::ServerProcess::onWindows() && !damage.windowsStatus.empty()) {
+        EXPECT_TRUE(server->waitForError(damage.windowsStatus, 5s)) << server->lastErrors();
+    }
     test::runFor(*loop, 700ms);
     EXPECT_TRUE(server->process.running()) << server->lastErrors();
 }
 
+// Settings of every shape: cut short, not text, of the wrong registry type, empty, numbers out
+// of range, and longer than the registry read's buffer.
+const test::Settings kOddValues{{"NTP37", ":::::::"},
+                                {"SNTP123", "YES:YES:YES:99999999999999999999"},
+                                {"UNIX519", "YES:YES:YES:-5"},
+                                {"Settings", ""},
+                                {"DTS13", std::string(2000, 'Y')}};
+
 INSTANTIATE_TEST_SUITE_P(
     Robustness, DamagedFiles,
-    testing::Values(Damage{"TruncatedSettings", "[General]\nNTP37=YES:YES", 10, 40},
-                    Damage{"BinarySettings", std::string("\x00\xff[\x01=\x02\n\xfe", 8), 10, 40},
-                    Damage{"HundredThousandServerLines", "", 100000, 40},
-                    Damage{"TenMegabyteLines", "", 6, 10 * 1024 * 1024}),
+    testing::Values(Damage{"TruncatedSettings", "[General]\nNTP37=YES:YES",
+                           "\"NTP37\"=\"YES:YES\"\r\n", 10, 40},
+                    Damage{"BinarySettings", std::string("\x00\xff[\x01=\x02\n\xfe", 8),
+                           "\"NTP37\"=hex:00,ff,5b,01\r\n\"Settings\"=dword:ffffffff\r\n"
+                           "\"DTS13\"=hex(7):41,00,00,00\r\n",
+                           10, 40},
+                    Damage{"OddValues", test::ServerProcess::iniText(kOddValues),
+                           test::ServerProcess::regLines(kOddValues), 10, 40,
+                           "There is more data than the buffer has been allocated to hold."},
+                    Damage{"HundredThousandServerLines", "", "", 100000, 40},
+                    Damage{"TenMegabyteLines", "", "", 6, 10 * 1024 * 1024}),
     [](const testing::TestParamInfo<Damage>& info) { return std::string(info.param.name); });
 
 } // namespace

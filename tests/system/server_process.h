@@ -5,6 +5,7 @@
 #pragma once
 
 #include "loopback.h"
+#include "platform/ini_file.h"
 #include "server_rig.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <iterator>
+#include <map>
 #include <spawn.h>
 #include <sstream>
 #include <sys/wait.h>
@@ -91,13 +93,6 @@ public:
             loop_, [this] { return exited(); }, limit);
         return exited() ? status_ : -1;
     }
-    // SIGTERM, then the exit code as wait() gives it.
-    int terminate() {
-        if (running()) {
-            ::kill(pid_, SIGTERM);
-        }
-        return wait(std::chrono::seconds(10));
-    }
     // What it has written so far.
     [[nodiscard]] std::string output() const { return readFile(files_.filePath("out")); }
     [[nodiscard]] std::string errors() const { return readFile(files_.filePath("err")); }
@@ -126,6 +121,12 @@ inline Ports freePorts(EventLoop& loop) {
     return {freePort(loop), freePort(loop), freePort(loop), freePort(loop), freePort(loop)};
 }
 
+// A server's settings as name and text, in the order written.
+using Settings = std::vector<std::pair<std::string, std::string>>;
+
+// The built server. A Windows build (a .exe, run by the launcher under wine) keeps its settings
+// in the registry of the wine prefix the tests were given, where the one-copy mutex lives too;
+// the Linux program in its INI file.
 class ServerProcess {
 public:
     explicit ServerProcess(EventLoop& eventLoop)
@@ -136,47 +137,117 @@ public:
         std::filesystem::permissions(dir.filePath("runtime"), std::filesystem::perms::owner_all);
     }
 
+    // CHRONVALE_TEST_SERVER names another build of the server.
+    static std::string program() {
+        const char* chosen = std::getenv("CHRONVALE_TEST_SERVER");
+        return chosen != nullptr && *chosen != '\0' ? chosen : CHRONVALE_SERVER_EXE;
+    }
+    static bool onWindows() { return program().ends_with(".exe"); }
+    // A path of this machine as the server names it: wine shows the root as drive Z:.
+    static std::string serverPath(const std::string& path) {
+        return onWindows() ? "Z:" + path : path;
+    }
+
     [[nodiscard]] std::string settingsPath() const { return dir.filePath("settings.conf"); }
     [[nodiscard]] std::string dataDir() const { return dir.filePath("data"); }
     [[nodiscard]] std::string serverFile() const { return dataDir() + "/QBK_CVLS4.CVL"; }
     [[nodiscard]] Words safeArguments() const {
         return {"--headless",   "--no-set-clock", "--settings",
-                settingsPath(), "--data-dir",     dataDir()};
+                settingsPath(), "--data-dir",     serverPath(dataDir())};
     }
 
     // Every service on both transports (the client protocol on TCP only) and one reference
     // server on loopback.
-    void configure(const Ports& ports) {
-        const auto line = [](const char* key, const char* flags, std::uint16_t port) {
-            return std::string(key) + '=' + flags + ':' + std::to_string(port) + '\n';
+    bool configure(const Ports& ports) {
+        const auto flags = [](const char* which, std::uint16_t port) {
+            return std::string(which) + ':' + std::to_string(port);
         };
-        writeFile(settingsPath(), "[General]\nSettings=NO:59:Minutes/s:NA:36\n" +
-                                      line("NTP37", "YES:YES:YES", ports.time) +
-                                      line("DTS13", "YES:YES:YES", ports.daytime) +
-                                      line("SNTP123", "YES:YES:YES", ports.ntp) +
-                                      line("UNIX519", "YES:YES:YES", ports.unixTime) +
-                                      line("CVL3777", "YES:YES:NO", ports.client));
         writeServerFile(serverFile());
+        return writeSettings({{"Settings", "NO:59:Minutes/s:NA:36"},
+                              {"NTP37", flags("YES:YES:YES", ports.time)},
+                              {"DTS13", flags("YES:YES:YES", ports.daytime)},
+                              {"SNTP123", flags("YES:YES:YES", ports.ntp)},
+                              {"UNIX519", flags("YES:YES:YES", ports.unixTime)},
+                              {"CVL3777", flags("YES:YES:NO", ports.client)}});
+    }
+    // The settings the next start reads, and nothing else.
+    bool writeSettings(const Settings& settings) {
+        return writeSettings(iniText(settings), regLines(settings));
+    }
+    // Settings as the INI file's text (none written when empty) or, on Windows, the registry
+    // key's value lines as a .reg file has them.
+    bool writeSettings(const std::string& ini, const std::string& reg) {
+        return onWindows() ? importRegistry(reg) : ini.empty() || writeFile(settingsPath(), ini);
+    }
+    static std::string iniText(const Settings& settings) {
+        std::string ini = "[General]\n";
+        for (const auto& [name, text] : settings) {
+            ini += name + '=' + text + '\n';
+        }
+        return ini;
+    }
+    static std::string regLines(const Settings& settings) {
+        std::string reg;
+        for (const auto& [name, text] : settings) {
+            reg += regText(name) + '=' + regText(text) + "\r\n";
+        }
+        return reg;
+    }
+    // Replaces the server's registry key by one holding these lines of a .reg file.
+    bool importRegistry(const std::string& valueLines) {
+        const std::string file = dir.filePath("settings.reg");
+        return writeFile(file, "Windows Registry Editor Version 5.00\r\n\r\n[-" + kKey +
+                                   "]\r\n\r\n[" + kKey + "]\r\n" + valueLines) &&
+               runWine({"reg", "import", serverPath(file)}).second == 0;
+    }
+    // The settings as the server left them: its INI file, or its registry key's string values.
+    [[nodiscard]] std::map<std::string, std::string> savedSettings() {
+        if (!onWindows()) {
+            return ini::parse(readFile(settingsPath()));
+        }
+        // Lines of "    NAME    REG_SZ    TEXT".
+        std::map<std::string, std::string> values;
+        std::istringstream lines(runWine({"reg", "query", kKey}).first);
+        const std::string type = "    REG_SZ    ";
+        for (std::string line; std::getline(lines, line);) {
+            const std::size_t at = line.find(type);
+            if (line.starts_with("    ") && at != std::string::npos) {
+                std::string text = line.substr(at + type.size());
+                if (!text.empty() && text.back() == '\r') {
+                    text.pop_back();
+                }
+                values[line.substr(4, at - 4)] = text;
+            }
+        }
+        return values;
+    }
+    // Whether the server asked to start with the system.
+    [[nodiscard]] bool autostartEntryExists() {
+        if (!onWindows()) {
+            return std::filesystem::exists(dir.filePath("xdg/autostart/chronvale-server.desktop"));
+        }
+        return runWine({"reg", "query",
+                        "HKEY_LOCAL_MACHINE\\SOFTWARE\\MICROSOFT\\WINDOWS\\"
+                        "CURRENTVERSION\\RUN",
+                        "/v", "Chronvale Server"})
+                   .second == 0;
     }
 
-    // The whole command line as given, after a `wrapper` command (prlimit, ip netns exec) and
-    // the launcher. CHRONVALE_TEST_SERVER names another build of the server. env and the
-    // wrappers exec what follows them, so the process signalled is the server itself.
+    // The whole command line as given, after a `wrapper` command (prlimit) and
+    // the launcher. env and the wrappers exec what follows them, so the process signalled is
+    // the server itself.
     bool launch(const Words& arguments, const Words& wrapper = {}) {
-        const char* chosen = std::getenv("CHRONVALE_TEST_SERVER");
-        const std::string program =
-            chosen != nullptr && *chosen != '\0' ? chosen : CHRONVALE_SERVER_EXE;
-        return process.start(concat(
-            {{"env", "CHRONVALE_NO_SET_CLOCK=1", "HOME=" + dir.filePath("home"),
-              "XDG_CONFIG_HOME=" + dir.filePath("xdg"), "XDG_DATA_HOME=" + dir.filePath("share"),
-              "XDG_RUNTIME_DIR=" + dir.filePath("runtime"), "WINEPREFIX=" + dir.filePath("wine")},
-             wrapper,
-             launcher(),
-             {program},
-             arguments}));
+        return process.start(concat({environment(), wrapper, launcher(), {program()}, arguments}));
     }
     bool start(const Words& extra = {}, const Words& wrapper = {}) {
         return launch(concat({safeArguments(), extra}), wrapper);
+    }
+    // Asks for a stop in order (wine turns SIGINT into the console's Ctrl+C); the exit code.
+    int stop() {
+        if (process.running()) {
+            ::kill(process.pid(), onWindows() ? SIGINT : SIGTERM);
+        }
+        return process.wait(std::chrono::seconds(10));
     }
 
     bool waitForError(const std::string& text, std::chrono::milliseconds limit) {
@@ -185,7 +256,12 @@ public:
     }
     // Whether its clock has been set from the reference within the time allowed.
     bool waitSynchronised() { return waitForError("Synchronized", std::chrono::seconds(5)); }
-    [[nodiscard]] std::string errors() const { return process.errors(); }
+    // Its standard error, lines ended by LF alone (a Windows program writes CR LF).
+    [[nodiscard]] std::string errors() const {
+        std::string text = process.errors();
+        std::erase(text, '\r');
+        return text;
+    }
     [[nodiscard]] std::string lastErrors() const {
         const std::string all = errors();
         return all.substr(all.size() - std::min<std::size_t>(all.size(), 2000));
@@ -194,6 +270,39 @@ public:
     EventLoop& loop;
     TempFolder dir;
     ChildProcess process; // last: it goes first, before the folder it writes into
+
+private:
+    static inline const std::string kKey = "HKEY_LOCAL_MACHINE\\Software\\Chronvale Server";
+
+    // Folders of the test's own. Under wine the tests' prefix is kept when there is one: a
+    // fresh prefix costs seconds, and copies in different prefixes would not meet.
+    [[nodiscard]] Words environment() const {
+        const char* prefix = std::getenv("WINEPREFIX");
+        return {"env",
+                "CHRONVALE_NO_SET_CLOCK=1",
+                "HOME=" + dir.filePath("home"),
+                "XDG_CONFIG_HOME=" + dir.filePath("xdg"),
+                "XDG_DATA_HOME=" + dir.filePath("share"),
+                "XDG_RUNTIME_DIR=" + dir.filePath("runtime"),
+                "WINEPREFIX=" + (prefix != nullptr && *prefix != '\0' ? std::string(prefix)
+                                                                      : dir.filePath("wine"))};
+    }
+    // A wine program (reg) in the server's prefix: its output and exit code.
+    std::pair<std::string, int> runWine(const Words& command) {
+        ChildProcess tool(loop);
+        const int code = tool.start(concat({environment(), launcher(), command}))
+                             ? tool.wait(std::chrono::seconds(30))
+                             : -1;
+        return {tool.output(), code};
+    }
+    // A quoted string of a .reg file.
+    static std::string regText(const std::string& text) {
+        std::string quoted = "\"";
+        for (const char c : text) {
+            quoted += c == '"' || c == '\\' ? std::string{'\\', c} : std::string{c};
+        }
+        return quoted + '"';
+    }
 };
 
 } // namespace cvl::test
