@@ -3,6 +3,8 @@
 #include "core/registry.h"
 #include "platform/windows/registry_settings_store.h"
 
+#include "registry_lock.h"
+
 #include <gtest/gtest.h>
 
 using namespace cvl;
@@ -32,4 +34,22 @@ TEST(WindowsRegistry, ValuesAndRealFailures) {
     EXPECT_EQ(registry.lastError(), "");
     EXPECT_FALSE(registry.write(0x80000009u, key, "NTP37", "x"));
     EXPECT_TRUE(registry.lastError().starts_with("Undefined Error Code:")) << registry.lastError();
+}
+
+// A key the registry's access list closes: the registry's own refusal and its text.
+TEST(WindowsRegistry, AccessDenied) {
+    RegistrySettingsStore store;
+    Registry registry(store);
+    const std::string key = "Software\\Chronvale Server Test\\Locked";
+    ASSERT_TRUE(registry.write(HKEY_LOCAL_MACHINE, key, "NTP37", "YES:YES:NO:37"));
+    ASSERT_TRUE(test::lockRegistryKey(key, true));
+
+    EXPECT_EQ(registry.read(key, "NTP37"), "");
+    EXPECT_EQ(registry.lastError(), "Access to this key is denied");
+    EXPECT_FALSE(registry.write(HKEY_LOCAL_MACHINE, key, "NTP37", "x"));
+    EXPECT_EQ(registry.lastError(), "Access to this key is denied");
+
+    ASSERT_TRUE(test::lockRegistryKey(key, false));
+    EXPECT_EQ(registry.read(key, "NTP37"), "YES:YES:NO:37");
+    EXPECT_EQ(registry.remove(HKEY_LOCAL_MACHINE, key, "NTP37"), ERROR_SUCCESS);
 }
