@@ -11,11 +11,10 @@ bool lockRegistryKey(const std::string& subKey, bool locked) {
     }
     ACL empty;
     SECURITY_DESCRIPTOR security;
-    const bool set =
-        InitializeAcl(&empty, sizeof empty, ACL_REVISION) &&
-        InitializeSecurityDescriptor(&security, SECURITY_DESCRIPTOR_REVISION) &&
-        SetSecurityDescriptorDacl(&security, TRUE, locked ? &empty : nullptr, FALSE) &&
-        RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, &security) == ERROR_SUCCESS;
+    const bool set = InitializeAcl(&empty, sizeof empty, ACL_REVISION) &&
+                     InitializeSecurityDescriptor(&security, SECURITY_DESCRIPTOR_REVISION) &&
+                     SetSecurityDescriptorDacl(&security, TRUE, locked ? &empty : nullptr, FALSE) &&
+                     RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, &security) == ERROR_SUCCESS;
     RegCloseKey(key);
     return set;
 }

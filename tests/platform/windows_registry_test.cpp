@@ -2,6 +2,7 @@
 // in and out as written, and the error texts come from the registry's own failures.
 #include "core/registry.h"
 #include "platform/windows/registry_settings_store.h"
+#include "platform/windows/run_key_autostart.h"
 
 #include "registry_lock.h"
 
@@ -52,4 +53,22 @@ TEST(WindowsRegistry, AccessDenied) {
     ASSERT_TRUE(test::lockRegistryKey(key, false));
     EXPECT_EQ(registry.read(key, "NTP37"), "YES:YES:NO:37");
     EXPECT_EQ(registry.remove(HKEY_LOCAL_MACHINE, key, "NTP37"), ERROR_SUCCESS);
+}
+
+// Starting with Windows is the Run key's value "Chronvale Server", holding the command.
+TEST(WindowsRegistry, RunKeyEntry) {
+    RegistrySettingsStore store;
+    RunKeyAutostart autostart(store);
+    const std::string runKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
+    const std::string command = "C:\\Program Files\\Chronvale\\QBK_CVL_Server.exe";
+    ASSERT_TRUE(autostart.write(command));
+    EXPECT_TRUE(autostart.exists());
+    std::string text;
+    EXPECT_EQ(store.queryValue(HKEY_LOCAL_MACHINE, runKey, "Chronvale Server", text),
+              ERROR_SUCCESS);
+    EXPECT_EQ(text, command);
+    ASSERT_TRUE(autostart.remove());
+    EXPECT_FALSE(autostart.exists());
+    EXPECT_EQ(store.queryValue(HKEY_LOCAL_MACHINE, runKey, "Chronvale Server", text),
+              ERROR_FILE_NOT_FOUND);
 }
