@@ -199,9 +199,12 @@ TEST_F(SynchronisedServer, EveryServiceAnswersOnBothTransportsAndIsLoggedOnce) {
     for (const auto& [kind, count] : before) {
         EXPECT_EQ(recordsOf(' ' + kind) - count, 1) << kind;
     }
-    // The day's file starts with its header, and every line ends in CR LF.
+    // The day's file, CVLSddmmyy.LOG, starts with its header, and every line ends in CR LF.
     for (const auto& file :
          std::filesystem::directory_iterator(std::filesystem::path(server.dataDir()) / "Logs")) {
+        EXPECT_TRUE(
+            std::regex_match(file.path().filename().string(), std::regex(R"(CVLS\d{6}\.LOG)")))
+            << file.path();
         const std::string log = test::readFile(file.path().string());
         EXPECT_TRUE(log.starts_with("#Software Service: Chronvale(SM) Server\r\n")) << log;
         EXPECT_EQ(count(log, "\n"), count(log, "\r\n"));
