@@ -36,7 +36,7 @@ const char* usageText() {
            "  --headless                   no window, no tray icon (also when there is no "
            "display)\n"
            "  --data-dir DIR               program folder: server file, Logs/, the updater\n"
-           "  --settings FILE              the settings file\n"
+           "  --settings FILE              the settings file (Linux; Windows uses the registry)\n"
            "  --reference-port N           UDP port asked on reference servers (default 123)\n"
            "  --update-server HOST[:PORT]  the update server (default port 80)\n"
            "  --no-set-clock               never change the system clock (also\n"
