@@ -193,13 +193,6 @@ public:
         }
         return reg;
     }
-    // Replaces the server's registry key by one holding these lines of a .reg file.
-    bool importRegistry(const std::string& valueLines) {
-        const std::string file = dir.filePath("settings.reg");
-        return writeFile(file, "Windows Registry Editor Version 5.00\r\n\r\n[-" + kKey +
-                                   "]\r\n\r\n[" + kKey + "]\r\n" + valueLines) &&
-               runWine({"reg", "import", serverPath(file)}).second == 0;
-    }
     // The settings as the server left them: its INI file, or its registry key's string values.
     [[nodiscard]] std::map<std::string, std::string> savedSettings() {
         if (!onWindows()) {
@@ -274,10 +267,19 @@ public:
 private:
     static inline const std::string kKey = "HKEY_LOCAL_MACHINE\\Software\\Chronvale Server";
 
-    // Folders of the test's own. Under wine the tests' prefix is kept when there is one: a
-    // fresh prefix costs seconds, and copies in different prefixes would not meet.
+    // Replaces the server's registry key by one holding these lines of a .reg file.
+    bool importRegistry(const std::string& valueLines) {
+        const std::string file = dir.filePath("settings.reg");
+        return writeFile(file, "Windows Registry Editor Version 5.00\r\n\r\n[-" + kKey +
+                                   "]\r\n\r\n[" + kKey + "]\r\n" + valueLines) &&
+               runWine({"reg", "import", serverPath(file)}).second == 0;
+    }
+
+    // Folders of the test's own. Under wine, the prefix the test run made for itself when it
+    // names one (CHRONVALE_TEST_WINEPREFIX): a fresh prefix costs seconds, and copies in
+    // different prefixes would not meet.
     [[nodiscard]] Words environment() const {
-        const char* prefix = std::getenv("WINEPREFIX");
+        const char* prefix = std::getenv("CHRONVALE_TEST_WINEPREFIX");
         return {"env",
                 "CHRONVALE_NO_SET_CLOCK=1",
                 "HOME=" + dir.filePath("home"),
