@@ -52,8 +52,9 @@ NativeSocket acceptClient(NativeSocket listener, sockaddr_in6& address) {
     if (socket == INVALID_SOCKET) {
         return kNoSocket;
     }
+    // It takes the listener's non-blocking mode and window events with it; asking for the
+    // mode again would even be refused while those events are set.
     const auto accepted = static_cast<NativeSocket>(socket);
-    makeNonBlocking(accepted);
     keepFromChildren(accepted);
     return accepted;
 }
