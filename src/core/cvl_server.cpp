@@ -88,7 +88,6 @@ CVL_Server::CVL_Server(const Platform& platform, ServerOptions options)
         const std::string& message = timeQuery_->SyncMessage();
         notify([&message](ServerObserver& view) { view.syncMessageChanged(message); });
         notify([](ServerObserver& view) { view.checkingChanged(false); });
-        StatusUp();
     };
 }
 
@@ -292,11 +291,9 @@ std::string CVL_Server::logFilePath() const {
     return log_ ? log_->currentFilePath() : std::string();
 }
 
-void CVL_Server::CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
-                         std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
-                         std::int32_t iByteTot) {
+void CVL_Server::logRequest(const RequestRecord& record) {
     if (log_) {
-        log_->CVLWLOG(BytesD, RequestIP, ReqP, sentB, CVLCode, CVLType, iByteTot);
+        log_->logRequest(record);
     }
 }
 
@@ -353,7 +350,6 @@ void CVL_Server::syncTick() {
         syncRequested_ = false;
         SyncTimeNow();
     }
-    StatusUp();
 }
 
 std::int32_t CVL_Server::secondsToNextSync() const {

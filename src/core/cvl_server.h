@@ -7,7 +7,7 @@
 #include "core/server_observer.h"
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
-#include "platform/clock.h"
+#include "timebase/clock.h"
 #include "platform/event_loop.h"
 #include "platform/platform.h"
 #include "services/service_host.h"
@@ -167,14 +167,11 @@ public:
     [[nodiscard]] bool TimeSynced() const override { return listeners_->TimeSynced(); }
     [[nodiscard]] bool UseJulian() const override { return useJulian_; }
     [[nodiscard]] TimeBase& timeBase() override { return timeBase_; }
-    void CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
-                 std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
-                 std::int32_t iByteTot = 0) override;
+    void logRequest(const RequestRecord& record) override;
     bool countRequest(ServiceId id, Transport transport) override;
     void showClient(int box, std::string_view address) override;
     // The display reads traffic from counts on its own timer: nothing is signalled per request.
     void light(Lamp lamp) override { ++lampCounts_[static_cast<std::size_t>(lamp)]; }
-    void StatusUp() override {}
     [[nodiscard]] std::uint64_t lampCount(Lamp lamp) const {
         return lampCounts_[static_cast<std::size_t>(lamp)];
     }

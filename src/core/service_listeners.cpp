@@ -1,8 +1,8 @@
 #include "core/service_listeners.h"
 
-#include "core/leading_number.h"
+#include "text/leading_number.h"
 #include "core/settings_values.h"
-#include "platform/peer_address.h"
+#include "net/peer_address.h"
 
 #include <utility>
 
@@ -44,13 +44,9 @@ void ServiceListeners::setProtocol(ServiceId id, ServiceProtocol* protocol) {
     at(id).protocol = protocol != nullptr ? protocol : silent_.get();
 }
 
-void ServiceListeners::LoadServers(std::string_view mode) {
-    const std::optional<ModeTarget> target = modeTarget(mode);
-    if (!target) {
-        return;
-    }
-    Service& service = at(target->service);
-    const bool tcp = target->transport == Transport::Tcp;
+void ServiceListeners::reopen(ServiceId id, Transport transport) {
+    Service& service = at(id);
+    const bool tcp = transport == Transport::Tcp;
     if (tcp) {
         service.tcp->listener().close();
     } else {
@@ -75,20 +71,20 @@ void ServiceListeners::LoadServers(std::string_view mode) {
                 // clock has been set once.
                 listener.pauseAccepting();
             }
-            opened(target->service);
+            opened(id);
             return;
         }
         inUse = listening == StreamListener::ListenResult::AddressInUse;
     } else {
         const DatagramSocket::BindResult bound = service.udp->bind(portNumber);
         if (bound == DatagramSocket::BindResult::Bound) {
-            opened(target->service);
+            opened(id);
             return;
         }
         inUse = bound == DatagramSocket::BindResult::AddressInUse;
     }
     if (inUse) {
-        reportAddressInUse(target->service, *port);
+        reportAddressInUse(id, *port);
     }
 }
 
@@ -186,11 +182,11 @@ void ServiceListeners::applySetting(ServiceId id, std::string_view value) {
     controls.portText = setting.port;
     if (setting.tcp) {
         controls.tcp = true;
-        LoadServers(modeOf(id, Transport::Tcp));
+        reopen(id, Transport::Tcp);
     }
     if (setting.udp) {
         controls.udp = true;
-        LoadServers(modeOf(id, Transport::Udp));
+        reopen(id, Transport::Udp);
     }
     serviceChanged(id);
 }
@@ -206,10 +202,10 @@ void ServiceListeners::masterClicked(ServiceId id, bool ticked) {
     if (ticked) {
         if (!service.tcp->listener().isListening()) {
             if (service.controls.udp) {
-                LoadServers(modeOf(id, Transport::Udp));
+                reopen(id, Transport::Udp);
             }
             if (service.controls.tcp) {
-                LoadServers(modeOf(id, Transport::Tcp));
+                reopen(id, Transport::Tcp);
             }
         }
     } else {
@@ -227,7 +223,7 @@ void ServiceListeners::tcpBoxClicked(ServiceId id, bool ticked) {
     service.controls.tcp = ticked;
     // Unticking keeps the listener listening until the service itself is disabled.
     if (ticked) {
-        LoadServers(modeOf(id, Transport::Tcp));
+        reopen(id, Transport::Tcp);
     }
     serviceChanged(id);
 }
@@ -239,7 +235,7 @@ void ServiceListeners::udpBoxClicked(ServiceId id, bool ticked) {
     }
     service.controls.udp = ticked;
     if (ticked) {
-        LoadServers(modeOf(id, Transport::Udp));
+        reopen(id, Transport::Udp);
     } else {
         closeUdpSocket(id);
     }
@@ -263,10 +259,10 @@ void ServiceListeners::portKeyPressed(ServiceId id, char32_t key) {
     // Enter restarts both transports whenever the service is enabled, whatever the TCP and
     // UDP boxes say.
     if (at(id).controls.master) {
-        LoadServers(modeOf(id, Transport::Udp));
+        reopen(id, Transport::Udp);
     }
     if (at(id).controls.master) {
-        LoadServers(modeOf(id, Transport::Tcp));
+        reopen(id, Transport::Tcp);
     }
     at(id).controls.portToolTip = kPortRegisteredTip;
     serviceChanged(id);

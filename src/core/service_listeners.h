@@ -4,13 +4,13 @@
 // sent back is the service protocol's business.
 #pragma once
 
-#include "core/lamp.h"
+#include "services/lamp.h"
 #include "core/request_counter.h"
 #include "core/service_table.h"
 #include "core/tcp_socket_array.h"
 #include "services/service_protocol.h"
 
-#include "platform/datagram_socket.h"
+#include "net/datagram_socket.h"
 
 #include <array>
 #include <functional>
@@ -45,9 +45,8 @@ public:
     // Who answers a service's traffic; until set, it is taken in and left unanswered.
     void setProtocol(ServiceId id, ServiceProtocol* protocol);
 
-    // Closes and reopens the one socket that the mode names ("0".."9"), on the port that the
-    // service's port box holds now.
-    void LoadServers(std::string_view mode);
+    // Closes and reopens one socket of a service, on the port that its port box holds now.
+    void reopen(ServiceId id, Transport transport);
     // A free connection socket of the service (InitTCP13, InitTCP37, ... in one).
     [[nodiscard]] int InitTCP(ServiceId id) { return at(id).tcp->freeIndex(); }
 

@@ -7,15 +7,15 @@ namespace {
 // clang-format off
 constexpr std::array<ServiceRow, kServiceCount> kTable{{
     {ServiceId::Daytime, "DTS13",   "NO:YES:YES:13",    13,   "eDTS",  "eTCP13",   "eUDP13",   "DS_Ptxt",
-     "TCP13",   "UDP13",   '0', '1', 3, true,  true,  true,  false, 1, "Daytime Service Server"},
+     "TCP13",   "UDP13",   3, true,  true,  true,  false, 1, "Daytime Service Server"},
     {ServiceId::Time,    "NTP37",   "YES:YES:YES:37",   37,   "eNTP",  "eTCP37",   "eUDP37",   "NTP_Ptxt",
-     "TCP37",   "UDP37",   '2', '3', 2, true,  true,  true,  false, 0, "Time Service Server"},
+     "TCP37",   "UDP37",   2, true,  true,  true,  false, 0, "Time Service Server"},
     {ServiceId::Ntp,     "SNTP123", "YES:YES:YES:123",  123,  "eSNTP", "eTCP123",  "eUDP123",  "SNTP_Ptxt",
-     "TCP123",  "UDP123",  '4', '5', 4, true,  true,  false, false, 2, "SNTP v4 Service Server"},
+     "TCP123",  "UDP123",  4, true,  true,  false, false, 2, "SNTP v4 Service Server"},
     {ServiceId::Unix,    "UNIX519", "YES:YES:NO:519",   519,  "eUnix", "eTCP519",  "eUDP519",  "Unix_Ptxt",
-     "TCP519",  "UDP519",  '6', '7', 5, false, true,  true,  false, 0, "UnixTime Service Server"},
+     "TCP519",  "UDP519",  5, false, true,  true,  false, 0, "UnixTime Service Server"},
     {ServiceId::Client,  "CVL3777", "YES:YES:NO:3777",  3777, "eCVLS", "eTCP3777", "eUDP3777", "CVLS_Ptxt",
-     "TCP3777", "UDP3777", '8', '9', 6, false, false, true,  true,  0, "CVL Server Client Server"},
+     "TCP3777", "UDP3777", 6, false, false, true,  true,  0, "CVL Server Client Server"},
 }};
 // clang-format on
 
@@ -27,26 +27,6 @@ const std::array<ServiceRow, kServiceCount>& serviceTable() {
 
 const ServiceRow& serviceRow(ServiceId id) {
     return kTable[indexOf(id)];
-}
-
-std::optional<ModeTarget> modeTarget(std::string_view mode) {
-    if (mode.size() != 1) {
-        return std::nullopt;
-    }
-    for (const ServiceRow& row : kTable) {
-        if (mode[0] == row.udpMode) {
-            return ModeTarget{row.id, Transport::Udp};
-        }
-        if (mode[0] == row.tcpMode) {
-            return ModeTarget{row.id, Transport::Tcp};
-        }
-    }
-    return std::nullopt;
-}
-
-std::string modeOf(ServiceId id, Transport transport) {
-    const ServiceRow& row = serviceRow(id);
-    return std::string(1, transport == Transport::Udp ? row.udpMode : row.tcpMode);
 }
 
 } // namespace cvl

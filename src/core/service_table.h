@@ -3,6 +3,8 @@
 // treats services alike reads this table instead of repeating itself five times.
 #pragma once
 
+#include "services/service_id.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -11,10 +13,6 @@
 
 namespace cvl {
 
-enum class ServiceId : std::uint8_t { Daytime, Time, Ntp, Unix, Client };
-inline constexpr std::size_t kServiceCount = 5;
-
-enum class Transport : std::uint8_t { Udp, Tcp };
 
 struct ServiceRow {
     ServiceId id;
@@ -27,8 +25,6 @@ struct ServiceRow {
     const char* portBox;
     const char* tcpArray;
     const char* udpSocket;
-    char udpMode; // LoadServers mode that reopens the UDP socket
-    char tcpMode; // LoadServers mode that reopens the TCP listener
     int displayNumber;
     bool hasPortChangeHandler; // typing marks the port as not yet registered
     bool hasPortKeyHandler;    // Enter restarts the service on the typed port
@@ -41,13 +37,6 @@ struct ServiceRow {
 [[nodiscard]] const std::array<ServiceRow, kServiceCount>& serviceTable();
 [[nodiscard]] const ServiceRow& serviceRow(ServiceId id);
 
-struct ModeTarget {
-    ServiceId service;
-    Transport transport;
-};
-// "0".."9" name one socket each; anything else names none.
-[[nodiscard]] std::optional<ModeTarget> modeTarget(std::string_view mode);
-[[nodiscard]] std::string modeOf(ServiceId id, Transport transport);
 
 // The orders in which start-up and shutdown walk the services.
 inline constexpr std::array<ServiceId, kServiceCount> kSettingsReadOrder{
@@ -59,8 +48,5 @@ inline constexpr std::array<ServiceId, kServiceCount> kTcpCloseOrder{
 inline constexpr std::array<ServiceId, kServiceCount> kUdpCloseOrder{
     ServiceId::Client, ServiceId::Unix, ServiceId::Ntp, ServiceId::Daytime, ServiceId::Time};
 
-[[nodiscard]] constexpr std::size_t indexOf(ServiceId id) {
-    return static_cast<std::size_t>(id);
-}
 
 } // namespace cvl

@@ -1,6 +1,6 @@
 #include "core/settings_values.h"
 
-#include "core/leading_number.h"
+#include "text/leading_number.h"
 
 #include <vector>
 

@@ -80,9 +80,7 @@ void RequestLog::switchDay(const LocalDateTime& now) {
     datePart_ += ' ';
 }
 
-void RequestLog::CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
-                         std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
-                         std::int32_t iByteTot) {
+void RequestLog::logRequest(const RequestRecord& record) {
     if (!LogEnabled) {
         return;
     }
@@ -94,11 +92,11 @@ void RequestLog::CVLWLOG(std::string_view BytesD, std::string_view RequestIP, st
     // An NTP answer is counted only when it is the plain 48-byte packet or when nothing was
     // sent; the other services count the text they sent unless told the size.
     std::int32_t byteTotal = 0;
-    if (CVLCode == "NTPv4") {
-        byteTotal = sentB == 48 ? 48 : sentB == 0 ? iByteTot : 0;
+    if (record.service == "NTPv4") {
+        byteTotal = record.bytesSent == 48 ? 48 : record.bytesSent == 0 ? record.byteTotal : 0;
     } else {
         byteTotal =
-            iByteTot != 0 ? iByteTot : static_cast<std::int32_t>(utf8::characterCount(BytesD));
+            record.byteTotal != 0 ? record.byteTotal : static_cast<std::int32_t>(utf8::characterCount(record.sent));
     }
 
     line_.clear();
@@ -109,17 +107,17 @@ void RequestLog::CVLWLOG(std::string_view BytesD, std::string_view RequestIP, st
     line_ += ':';
     appendTwoDigits(line_, now.second);
     line_ += ' ';
-    line_ += RequestIP;
+    line_ += record.client;
     line_ += identity_;
-    appendNumber(line_, sentB);
+    appendNumber(line_, record.bytesSent);
     line_ += ' ';
     appendNumber(line_, byteTotal);
     line_ += " 0 ";
-    appendNumber(line_, ReqP);
+    appendNumber(line_, record.serverPort);
     line_ += ' ';
-    line_ += CVLCode;
+    line_ += record.service;
     line_ += ' ';
-    line_ += CVLType;
+    line_ += transportName(record.transport);
     line_ += " - \r\n";
 
     if (folder_.append(fileName_, line_) == RecordFolder::AppendResult::NoSuchFile) {

@@ -3,8 +3,9 @@
 // each record, so the per-record work is kept to one buffer and three system calls.
 #pragma once
 
-#include "platform/clock.h"
+#include "log/request_record.h"
 #include "platform/record_folder.h"
+#include "timebase/clock.h"
 
 #include <cstdint>
 #include <string>
@@ -33,10 +34,8 @@ public:
     // The file a record written now would go to.
     [[nodiscard]] std::string currentFilePath() const;
 
-    // Appends one record. Failures lose the record silently: logging never stops serving.
-    void CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
-                 std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
-                 std::int32_t iByteTot = 0);
+    // Appends one record. Failures lose the record: logging never stops serving.
+    void logRequest(const RequestRecord& record);
 
 private:
     void switchDay(const LocalDateTime& now);

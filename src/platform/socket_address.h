@@ -2,10 +2,9 @@
 // (::ffff:a.b.c.d), so that above the sockets both families look alike.
 #pragma once
 
-#include "platform/peer_address.h"
-
 #include "socket_system.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace cvl {
@@ -39,21 +38,6 @@ inline void mapIPv4InPlace(sockaddr_in6& address) {
     v4.sin_port = address.sin6_port;
     std::memcpy(&v4.sin_addr, address.sin6_addr.s6_addr + 12, 4);
     return v4;
-}
-
-// The kernel's form and ours hold the same bytes.
-[[nodiscard]] inline PeerAddress peerFromSocketAddress(const sockaddr_in6& address) {
-    std::array<std::uint8_t, 16> bytes{};
-    std::memcpy(bytes.data(), address.sin6_addr.s6_addr, bytes.size());
-    return {bytes, ntohs(address.sin6_port)};
-}
-
-[[nodiscard]] inline sockaddr_in6 socketAddressOf(const PeerAddress& peer) {
-    sockaddr_in6 address{};
-    address.sin6_family = AF_INET6;
-    address.sin6_port = htons(peer.port());
-    std::memcpy(address.sin6_addr.s6_addr, peer.bytes().data(), peer.bytes().size());
-    return address;
 }
 
 } // namespace cvl

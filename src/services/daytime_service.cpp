@@ -1,6 +1,6 @@
 #include "services/daytime_service.h"
 
-#include "platform/clock.h"
+#include "timebase/clock.h"
 #include "platform/local_format.h"
 #include "services/daytime_text.h"
 #include "text/utf8.h"
@@ -39,10 +39,9 @@ void DaytimeService::answerAtOnce(ImmediateConnection& connection) {
     const std::string text = replyText();
     // A refused send still logs; the connection closes either way.
     connection.send(text);
-    host_.CVLWLOG("DayTime Request", connection.peerText(), loggedPort(connection.localPort()),
-                  static_cast<std::int32_t>(utf8::characterCount(text)), kName, "TCP");
+    host_.logRequest({"DayTime Request", connection.peerText(), loggedPort(connection.localPort()),
+                  static_cast<std::int32_t>(utf8::characterCount(text)), kName, Transport::Tcp});
     host_.showClient(1, connection.peerText());
-    host_.StatusUp();
 }
 
 void DaytimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
@@ -61,9 +60,8 @@ void DaytimeService::datagramArrived(DatagramSocket& socket, const Datagram& req
         return;
     }
     host_.light(Lamp::DataOut);
-    host_.CVLWLOG(text, request.senderText, loggedPort(socket.localPort()),
-                  static_cast<std::int32_t>(utf8::characterCount(text)), kName, "UDP");
-    host_.StatusUp();
+    host_.logRequest({text, request.senderText, loggedPort(socket.localPort()),
+                  static_cast<std::int32_t>(utf8::characterCount(text)), kName, Transport::Udp});
 }
 
 } // namespace cvl

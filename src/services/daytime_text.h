@@ -2,7 +2,7 @@
 // modified Julian day when the server is set to answer that way.
 #pragma once
 
-#include "platform/clock.h"
+#include "timebase/clock.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #include "services/ntp_service.h"
 
-#include "platform/peer_address.h"
+#include "net/peer_address.h"
 
 namespace cvl {
 
@@ -30,7 +30,7 @@ void NtpService::datagramArrived(DatagramSocket& socket, const Datagram& request
         host_.syncDatagramFailed();
         return;
     }
-    logError(request.size, 0, request.senderText, loggedPort(socket.localPort()), "UDP");
+    logError(request.size, 0, request.senderText, loggedPort(socket.localPort()), Transport::Udp);
 }
 
 void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) {
@@ -40,8 +40,8 @@ void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) 
     if (!receive) {
         return;
     }
-    host_.CVLWLOG(kGoodNote, request.senderText, loggedPort(socket.localPort()), 48, kName, "UDP");
-    GrabTCP123(request.data, *receive, nullptr, &socket, request.sender);
+    host_.logRequest({kGoodNote, request.senderText, loggedPort(socket.localPort()), 48, kName, Transport::Udp});
+    sendReply(request.data, *receive, nullptr, &socket, request.sender);
 }
 
 void NtpService::connectionReadyRead(StreamConnection& socket, int) {
@@ -49,7 +49,7 @@ void NtpService::connectionReadyRead(StreamConnection& socket, int) {
     const std::string request = socket.takeReceived();
     const std::string client = socket.peer().text();
     if (request.size() != kNtpPacketSize) {
-        logError(request.size(), 0, client, loggedPort(socket.localPort()), "TCP");
+        logError(request.size(), 0, client, loggedPort(socket.localPort()), Transport::Tcp);
         socket.close();
         return;
     }
@@ -58,8 +58,8 @@ void NtpService::connectionReadyRead(StreamConnection& socket, int) {
         socket.close();
         return;
     }
-    host_.CVLWLOG(kGoodNote, client, loggedPort(socket.localPort()), 48, kName, "TCP");
-    GrabTCP123(request, *receive, &socket, nullptr, {});
+    host_.logRequest({kGoodNote, client, loggedPort(socket.localPort()), 48, kName, Transport::Tcp});
+    sendReply(request, *receive, &socket, nullptr, {});
 }
 
 void NtpService::connectionBytesWritten(StreamConnection& socket, int) {
@@ -68,7 +68,7 @@ void NtpService::connectionBytesWritten(StreamConnection& socket, int) {
     }
 }
 
-void NtpService::GrabTCP123(std::string_view request, const NtpTimestamp& receive,
+void NtpService::sendReply(std::string_view request, const NtpTimestamp& receive,
                             StreamConnection* connection, DatagramSocket* socket,
                             const PeerAddress& to) {
     const std::optional<NtpTimestamp> transmit = host_.timeBase().GrabTime();
@@ -85,21 +85,19 @@ void NtpService::GrabTCP123(std::string_view request, const NtpTimestamp& receiv
     if (connection != nullptr) {
         if (!connection->write(std::string_view(data, kNtpPacketSize))) {
             connection->close();
-            host_.StatusUp();
         }
         return;
     }
     if (host_.TimeSynced()) {
         // Goes out with the other answers to the same batch of requests.
         socket->sendWithBatch(std::string_view(data, kNtpPacketSize), to);
-        host_.StatusUp();
     }
 }
 
 void NtpService::logError(std::size_t size, int error, std::string_view client, std::int16_t port,
-                          std::string_view transport) {
-    host_.CVLWLOG(std::to_string(size) + " Bytes NTP ERROR: " + std::to_string(error), client, port,
-                  0, kName, transport);
+                          Transport transport) {
+    host_.logRequest({std::to_string(size) + " Bytes NTP ERROR: " + std::to_string(error), client, port,
+                  0, kName, transport});
 }
 
 } // namespace cvl

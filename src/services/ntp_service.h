@@ -20,10 +20,10 @@ public:
 private:
     void serveDatagram(DatagramSocket& socket, const Datagram& request);
     // Builds the reply and sends it, on the connection when there is one, else to `to`.
-    void GrabTCP123(std::string_view request, const NtpTimestamp& receive,
-                    StreamConnection* connection, DatagramSocket* socket, const PeerAddress& to);
+    void sendReply(std::string_view request, const NtpTimestamp& receive,
+                   StreamConnection* connection, DatagramSocket* socket, const PeerAddress& to);
     void logError(std::size_t size, int error, std::string_view client, std::int16_t port,
-                  std::string_view transport);
+                  Transport transport);
 
     ServiceHost& host_;
 };

@@ -2,9 +2,10 @@
 // the request log, the request counters and the status display.
 #pragma once
 
-#include "core/lamp.h"
-#include "core/service_table.h"
-#include "platform/peer_address.h"
+#include "log/request_record.h"
+#include "services/lamp.h"
+#include "services/service_id.h"
+#include "net/peer_address.h"
 #include "services/ntp_reply.h"
 #include "timebase/time_base.h"
 
@@ -23,17 +24,14 @@ public:
     [[nodiscard]] virtual TimeBase& timeBase() = 0;
 
     // One record of the request log (nothing when logging is off).
-    virtual void CVLWLOG(std::string_view BytesD, std::string_view RequestIP, std::int16_t ReqP,
-                         std::int32_t sentB, std::string_view CVLCode, std::string_view CVLType,
-                         std::int32_t iByteTot = 0) = 0;
+    virtual void logRequest(const RequestRecord& record) = 0;
 
     // Counts one request; false when the count would overflow.
     virtual bool countRequest(ServiceId id, Transport transport) = 0;
 
-    // Status display: the client in remote-host box `box`, a traffic lamp, a refresh.
+    // Status display: the client in remote-host box `box`, a traffic lamp.
     virtual void showClient(int box, std::string_view address) = 0;
     virtual void light(Lamp lamp) = 0;
-    virtual void StatusUp() = 0;
 
     // The NTP service shares its UDP socket with the synchronisation client: while a query is
     // out, an answer that matches it is the client's, not a request to serve.

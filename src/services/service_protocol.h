@@ -3,9 +3,9 @@
 // sockets; a protocol only reads and writes them.
 #pragma once
 
-#include "platform/datagram_socket.h"
-#include "platform/immediate_connection.h"
-#include "platform/stream_connection.h"
+#include "net/datagram_socket.h"
+#include "net/immediate_connection.h"
+#include "net/stream_connection.h"
 
 namespace cvl {
 

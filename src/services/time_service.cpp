@@ -18,15 +18,14 @@ void TimeService::answerAtOnce(ImmediateConnection& connection) {
         return;
     }
     // Logged before anything is sent, unlike the UDP answer.
-    host_.CVLWLOG(kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
-                  "TCP");
+    host_.logRequest({kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
+                  Transport::Tcp});
     for (std::size_t i = 0; i < bytes->size(); ++i) {
         host_.light(Lamp::DataOut);
     }
     // One byte after another, most significant first: to a TCP client that is one 4-byte
     // stream, so the kernel gets them in one go.
     connection.send(std::string_view(reinterpret_cast<const char*>(bytes->data()), 4));
-    host_.StatusUp();
 }
 
 void TimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
@@ -36,11 +35,10 @@ void TimeService::datagramArrived(DatagramSocket& socket, const Datagram& reques
     if (!host_.countRequest(ServiceId::Time, Transport::Udp)) {
         return;
     }
-    SendNTP_UDP(socket, request);
-    host_.StatusUp();
+    answerDatagram(socket, request);
 }
 
-void TimeService::SendNTP_UDP(DatagramSocket& socket, const Datagram& request) {
+void TimeService::answerDatagram(DatagramSocket& socket, const Datagram& request) {
     if (!host_.TimeSynced()) {
         return;
     }
@@ -58,7 +56,7 @@ void TimeService::SendNTP_UDP(DatagramSocket& socket, const Datagram& request) {
         return;
     }
     host_.showClient(0, request.senderText);
-    host_.CVLWLOG(kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, "UDP");
+    host_.logRequest({kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, Transport::Udp});
 }
 
 } // namespace cvl

@@ -16,7 +16,8 @@ public:
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
-    void SendNTP_UDP(DatagramSocket& socket, const Datagram& request);
+    // Four datagrams of one byte each, once the clock has been set.
+    void answerDatagram(DatagramSocket& socket, const Datagram& request);
 
     ServiceHost& host_;
 };

@@ -1,6 +1,6 @@
 #include "sync/clock_adjustment.h"
 
-#include "core/leading_number.h"
+#include "text/leading_number.h"
 #include "timebase/calendar.h"
 
 #include "platform/local_format.h"

@@ -2,7 +2,7 @@
 // the fields handed to the clock setter, and the texts of the tray tip that reports it.
 #pragma once
 
-#include "platform/clock.h"
+#include "timebase/clock.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #include "sync/server_list.h"
 
-#include "core/leading_number.h"
+#include "text/leading_number.h"
 #include "platform/file_path.h"
 #include "text/utf8.h"
 

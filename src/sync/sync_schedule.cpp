@@ -1,6 +1,6 @@
 #include "sync/sync_schedule.h"
 
-#include "core/leading_number.h"
+#include "text/leading_number.h"
 #include "text/utf8.h"
 
 #include <cmath>

@@ -4,10 +4,10 @@
 // the send stamp and tick count are taken when the datagram actually leaves.
 #pragma once
 
-#include "platform/clock.h"
-#include "platform/datagram_socket.h"
-#include "platform/host_lookup.h"
-#include "platform/peer_address.h"
+#include "timebase/clock.h"
+#include "net/datagram_socket.h"
+#include "net/host_lookup.h"
+#include "net/peer_address.h"
 #include "sync/clock_adjustment.h"
 #include "timebase/time_base.h"
 

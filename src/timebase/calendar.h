@@ -2,7 +2,7 @@
 // date-times to seconds since 1900-01-01 00:00:00.
 #pragma once
 
-#include "platform/clock.h"
+#include "timebase/clock.h"
 
 #include <cstdint>
 

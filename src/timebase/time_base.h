@@ -2,8 +2,8 @@
 // timestamp, worked out from the local clock plus the time zone's bias.
 #pragma once
 
-#include "platform/clock.h"
-#include "platform/time_zone.h"
+#include "timebase/clock.h"
+#include "timebase/time_zone.h"
 
 #include <array>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "update/update_check.h"
 
-#include "core/leading_number.h"
+#include "text/leading_number.h"
 #include "platform/file_path.h"
 #include "platform/launcher.h"
 #include "platform/prompter.h"

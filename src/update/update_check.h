@@ -3,7 +3,7 @@
 // file, and downloads that file into the program folder. One socket, driven by the event loop.
 #pragma once
 
-#include "platform/stream_client.h"
+#include "net/stream_client.h"
 
 #include <cstdint>
 #include <fstream>

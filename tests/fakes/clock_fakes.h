@@ -2,8 +2,8 @@
 // the zone is whatever the test describes.
 #pragma once
 
-#include "platform/clock.h"
-#include "platform/time_zone.h"
+#include "timebase/clock.h"
+#include "timebase/time_zone.h"
 
 #include <vector>
 

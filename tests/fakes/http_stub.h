@@ -3,8 +3,8 @@
 #pragma once
 
 #include "platform/event_loop.h"
-#include "platform/stream_connection.h"
-#include "platform/stream_listener.h"
+#include "net/stream_connection.h"
+#include "net/stream_listener.h"
 
 #include <chrono>
 #include <cstdint>

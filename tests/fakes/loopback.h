@@ -4,10 +4,10 @@
 #pragma once
 
 #include "loop_waits.h"
-#include "platform/datagram_socket.h"
-#include "platform/peer_address.h"
-#include "platform/stream_client.h"
-#include "platform/stream_listener.h"
+#include "net/datagram_socket.h"
+#include "net/peer_address.h"
+#include "net/stream_client.h"
+#include "net/stream_listener.h"
 
 #include <chrono>
 #include <cstdint>

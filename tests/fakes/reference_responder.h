@@ -2,7 +2,7 @@
 // a server packet carrying a chosen time (or the present), or holds its answers until released.
 #pragma once
 
-#include "platform/datagram_socket.h"
+#include "net/datagram_socket.h"
 
 #include <chrono>
 #include <cstdint>

@@ -2,7 +2,7 @@
 // kind of value is read (a service's, the general one, the numbers inside them), written back
 // and read again, and applied to a service's listeners as start-up applies it. A port that
 // would open a socket is replaced by 0 first, so that the kernel picks a free one.
-#include "core/leading_number.h"
+#include "text/leading_number.h"
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
 #include "fuzz_support.h"

@@ -2,7 +2,7 @@
 // fakes with some services open.
 #pragma once
 
-#include "platform/datagram_socket.h"
+#include "net/datagram_socket.h"
 #include "server_rig.h"
 
 #include <cstdlib>

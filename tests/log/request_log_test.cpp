@@ -26,8 +26,8 @@ struct RequestLogTest : ::testing::Test {
 TEST_F(RequestLogTest, NewFileHasHeaderThenRecords) {
     RequestLog log(clock, dir.path(), "4.1.0", {2026, 11, 16, 8, 0, 1});
     log.setIdentity("host", "user", "10.0.0.1");
-    log.CVLWLOG({}, "192.0.2.7", 123, 48, "NTPv4", "UDP");
-    log.CVLWLOG("Monday, November 16, 2026 ", "192.0.2.8", -1, 26, "Daytime", "TCP");
+    log.logRequest({{}, "192.0.2.7", 123, 48, "NTPv4", Transport::Udp});
+    log.logRequest({"Monday, November 16, 2026 ", "192.0.2.8", -1, 26, "Daytime", Transport::Tcp});
     EXPECT_EQ(log.currentFilePath(), dir.path() + "/Logs/CVLS161126.LOG");
     EXPECT_EQ(test::readFile(log.currentFilePath()),
               "#Software Service: Chronvale(SM) Server\r\n#Version: 4.1.0\r\n"
@@ -50,13 +50,13 @@ TEST_F(RequestLogTest, NextRecordStartsNewFile) {
         clock.set({2026, 11, 16, 23, 59, 59});
         std::filesystem::remove_all(filePath(dir.filePath("Logs")));
         RequestLog log(clock, dir.path(), "4.1.0", {});
-        log.CVLWLOG({}, "192.0.2.7", 123, 48, "NTPv4", "UDP");
+        log.logRequest({{}, "192.0.2.7", 123, 48, "NTPv4", Transport::Udp});
         if (removeLogs) {
             std::filesystem::remove_all(filePath(dir.filePath("Logs")));
         } else {
             clock.set({2026, 11, 17, 0, 0, 0});
         }
-        log.CVLWLOG({}, "192.0.2.7", 123, 48, "NTPv4", "UDP");
+        log.logRequest({{}, "192.0.2.7", 123, 48, "NTPv4", Transport::Udp});
         const std::vector<std::string> lines = test::readLines(
             dir.filePath(removeLogs ? "Logs/CVLS161126.LOG" : "Logs/CVLS171126.LOG"));
         ASSERT_EQ(lines.size(), 6u) << removeLogs;
@@ -71,7 +71,7 @@ TEST_F(RequestLogTest, ByteTotal) {
     const auto total = [this](const char* code, const char* text, int sentB, int iByteTot) {
         RequestLog log(clock, dir.path(), "4.1.0", {});
         log.setIdentity("host", "user", "10.0.0.1");
-        log.CVLWLOG(text, "192.0.2.7", 123, sentB, code, "UDP", iByteTot);
+        log.logRequest({text, "192.0.2.7", 123, sentB, code, Transport::Udp, iByteTot});
         std::istringstream line(test::readLines(log.currentFilePath()).back());
         const std::vector<std::string> items{std::istream_iterator<std::string>(line), {}};
         return items.size() == 20 ? items[14] : std::string();
@@ -101,7 +101,7 @@ TEST_F(RequestLogTest, RecordIsLostSilently) {
         }
         RequestLog log(clock, folder.path() + c.programFolder, "4.1.0", {});
         log.setEnabled(c.enabled);
-        log.CVLWLOG({}, "192.0.2.7", 123, 48, "NTPv4", "UDP");
+        log.logRequest({{}, "192.0.2.7", 123, 48, "NTPv4", Transport::Udp});
         EXPECT_FALSE(std::filesystem::exists(filePath(log.currentFilePath()))) << round;
         EXPECT_EQ(std::filesystem::exists(filePath(folder.filePath("Logs"))),
                   std::string(c.fileInTheWay) == "/Logs")

@@ -2,6 +2,7 @@
 // time-zone record, a clock that must refuse to be set, the launcher handing its arguments
 // over word for word, and the program folder of a build tree and of an installed copy with the
 // shipped server file copied into it once.
+#include "platform/clock_permission.h"
 #include "platform/linux/program_folder.h"
 #include "platform/linux/system_clock.h"
 #include "platform/linux/system_launcher.h"

@@ -1,4 +1,5 @@
 #include "platform/linux/system_clock.h"
+#include "platform/clock_permission.h"
 
 #include <ctime>
 

@@ -2,7 +2,7 @@
 // stepping disabled refuses every step, silently, as an unprivileged one does.
 #pragma once
 
-#include "platform/clock.h"
+#include "timebase/clock.h"
 
 #include <ctime>
 

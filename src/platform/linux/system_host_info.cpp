@@ -1,6 +1,6 @@
 #include "platform/linux/system_host_info.h"
 
-#include "platform/peer_address.h"
+#include "text/ipv4_text.h"
 
 #include <arpa/inet.h>
 #include <climits>

@@ -1,7 +1,7 @@
 // The local zone from the C library (TZ, /etc/localtime), shaped as the Windows record.
 #pragma once
 
-#include "platform/time_zone.h"
+#include "timebase/time_zone.h"
 
 #include <ctime>
 

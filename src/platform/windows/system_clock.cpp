@@ -1,4 +1,5 @@
 #include "platform/windows/system_clock.h"
+#include "platform/clock_permission.h"
 
 #include <windows.h>
 

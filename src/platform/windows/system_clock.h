@@ -3,7 +3,7 @@
 // stepping disabled refuses every step.
 #pragma once
 
-#include "platform/clock.h"
+#include "timebase/clock.h"
 
 namespace cvl {
 

@@ -1,5 +1,5 @@
 #include "platform/windows/system_host_info.h"
-#include "platform/peer_address.h"
+#include "text/ipv4_text.h"
 #include "platform/windows/wide_text.h"
 
 #include "socket_system.h"

@@ -3,7 +3,7 @@
 // the season change within a second.
 #pragma once
 
-#include "platform/time_zone.h"
+#include "timebase/time_zone.h"
 
 namespace cvl {
 

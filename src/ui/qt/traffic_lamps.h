@@ -3,7 +3,7 @@
 // a busy server does not repaint per request.
 #pragma once
 
-#include "core/lamp.h"
+#include "services/lamp.h"
 
 #include <QElapsedTimer>
 #include <QWidget>
