@@ -4,6 +4,7 @@
 
 #include "app/headless_status.h"
 #include "core/front_end.h"
+#include "core/server_controller.h"
 #include "platform/event_loop.h"
 #include "platform/stderr_prompter.h"
 
@@ -14,9 +15,9 @@ namespace cvl {
 class HeadlessFrontEnd final : public FrontEnd {
 public:
     Prompter& prompter() override { return prompter_; }
-    void build(CVL_Server& server) override {
+    void build(ServerController& server) override {
         status_ = std::make_unique<HeadlessStatus>(
-            server, [](const std::string& line) { writeStderrLine(line); });
+            server.status(), [](const std::string& line) { writeStderrLine(line); });
     }
     void startUp(bool) override {}
     int run(EventLoop& loop) override {

@@ -1,34 +1,48 @@
 #include "app/headless_status.h"
 
-#include "core/cvl_server.h"
-#include "sync/time_query.h"
 #include "text/utf8.h"
 
 #include <utility>
 
 namespace cvl {
 
-HeadlessStatus::HeadlessStatus(CVL_Server& server, std::function<void(const std::string&)> write)
-    : server_(server)
+HeadlessStatus::HeadlessStatus(StatusModel& status, std::function<void(const std::string&)> write)
+    : status_(status)
     , write_(std::move(write)) {
-    server_.addObserver(*this);
+    status_.addObserver(*this);
 }
 
 HeadlessStatus::~HeadlessStatus() {
-    server_.removeObserver(*this);
+    status_.removeObserver(*this);
 }
 
-void HeadlessStatus::tipTextChanged(const std::string& visibleTip) {
-    // The 64-character field can cut the synchronisation result short; a line has room for
-    // all of it.
-    // The tip as shown, without the blanks around it.
-    const std::string line(utf8::trimmed(visibleTip));
-    // While no query can leave, a server is tried every second: the line about that stands
-    // for all of them.
-    if (server_.queriesFailing() && line.starts_with("Checking Time Server")) {
+void HeadlessStatus::statusChanged(StatusChange change) {
+    switch (change) {
+    case StatusChange::Tip:
+        showTip();
+        return;
+    case StatusChange::StatusLine:
+        show(lastStatus_, status_.statusLine());
+        return;
+    case StatusChange::Unanswered:
+        show(lastUnanswered_, status_.sync().unansweredText);
+        return;
+    default:
         return;
     }
-    const std::string& result = server_.timeQuery().SyncMessage();
+}
+
+void HeadlessStatus::showTip() {
+    // The tip as shown, without the blanks around it.
+    const std::string line(utf8::trimmed(status_.tip()));
+    // While no query can leave, a server is tried every second: the line about that stands
+    // for all of them.
+    if (status_.sync().queriesFailing && line.starts_with("Checking Time Server")) {
+        return;
+    }
+    // The 64-character field can cut the synchronisation result short; a line has room for
+    // all of it.
+    const std::string& result = status_.syncMessage();
     show(lastTip_, !line.empty() && result.starts_with(line) ? result : line);
 }
 

@@ -3,30 +3,27 @@
 // written only when its text changes, so a reference that never answers says so once.
 #pragma once
 
-#include "core/server_observer.h"
+#include "core/status_model.h"
 
 #include <functional>
 #include <string>
 
 namespace cvl {
 
-class CVL_Server;
-
-class HeadlessStatus final : private ServerObserver {
+class HeadlessStatus final : private StatusObserver {
 public:
     // `write` takes one line without its line end.
-    HeadlessStatus(CVL_Server& server, std::function<void(const std::string&)> write);
+    HeadlessStatus(StatusModel& status, std::function<void(const std::string&)> write);
     ~HeadlessStatus() override;
     HeadlessStatus(const HeadlessStatus&) = delete;
     HeadlessStatus& operator=(const HeadlessStatus&) = delete;
 
 private:
-    void tipTextChanged(const std::string& visibleTip) override;
-    void statusTextChanged(const std::string& text) override { show(lastStatus_, text); }
-    void unansweredChanged(const std::string& text) override { show(lastUnanswered_, text); }
+    void statusChanged(StatusChange change) override;
+    void showTip();
     void show(std::string& last, const std::string& text);
 
-    CVL_Server& server_;
+    StatusModel& status_;
     std::function<void(const std::string&)> write_;
     std::string lastTip_;
     std::string lastStatus_;

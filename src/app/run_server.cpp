@@ -1,6 +1,6 @@
 #include "app/run_server.h"
 
-#include "core/cvl_server.h"
+#include "core/server_controller.h"
 #include "platform/single_instance.h"
 #include "platform/system_platform.h"
 
@@ -33,13 +33,14 @@ std::optional<int> handleInformationalOptions(const CommandLineResult& parsed) {
                      words.c_str());
     }
     if (parsed.line->showVersion) {
-        std::printf("chronvale-server %s\n", CVL_Server::AppVersion().c_str());
+        std::printf("chronvale-server %s\n", appVersion().c_str());
         return 0;
     }
     return std::nullopt;
 }
 
-int runServer(const CommandLine& line, FrontEnd& frontEnd) {
+int runServer(const CommandLine& line, FrontEnd& frontEnd,
+              const std::function<void(ServerController&)>& afterStart) {
     const std::unique_ptr<SystemPlatform> system =
         SystemPlatform::open({!line.noSetClock, line.settingsFile, line.dataDir});
     if (!system) {
@@ -65,17 +66,14 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd) {
         options.updateHost = line.updateHost;
         options.updatePort = line.updatePort;
     }
-    CVL_Server server(system->platform(frontEnd.prompter()), options);
+    ServerController server(system->platform(frontEnd.prompter()), options);
     system->onRequests([&frontEnd, &loop] { frontEnd.quit(loop); },
-                       [&server] { server.requestSync(); });
+                       [&server] { server.synchroniser().requestSync(); });
 
     frontEnd.build(server);
     server.start([&] { frontEnd.startUp(line.startHidden); });
-    // For the benchmarks only, so that the price of the log's open, append and close per
-    // record stays visible by comparison.
-    if (const char* logOff = std::getenv("CHRONVALE_BENCH_LOG_OFF");
-        logOff != nullptr && std::string_view(logOff) == "1") {
-        server.setEnableLogging(false);
+    if (afterStart) {
+        afterStart(server);
     }
     const int status = frontEnd.run(loop);
     server.shutdown();

@@ -6,15 +6,20 @@
 #include "app/command_line.h"
 #include "core/front_end.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace cvl {
 
+class ServerController;
+
 // Runs the server until it is told to stop; the exit status. A toolkit the front end needs
-// must be set up already.
-int runServer(const CommandLine& line, FrontEnd& frontEnd);
+// must be set up already. `afterStart` sees the server once it has started (the benchmarks'
+// own build switches the request log off there).
+int runServer(const CommandLine& line, FrontEnd& frontEnd,
+              const std::function<void(ServerController&)>& afterStart = {});
 
 // Answers --help and --version, or reports a command-line error; nullopt when the server
 // should run. Used first thing by both programs.

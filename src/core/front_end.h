@@ -4,7 +4,7 @@
 
 namespace cvl {
 
-class CVL_Server;
+class ServerController;
 class EventLoop;
 class Prompter;
 
@@ -13,7 +13,7 @@ public:
     virtual ~FrontEnd() = default;
     [[nodiscard]] virtual Prompter& prompter() = 0;
     // Builds the views before start-up reads the settings.
-    virtual void build(CVL_Server& server) = 0;
+    virtual void build(ServerController& server) = 0;
     // The views' own start-up steps, once the settings are read and before the first
     // synchronisation; `startHidden` is the "-rs" first word.
     virtual void startUp(bool startHidden) = 0;

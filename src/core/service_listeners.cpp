@@ -119,7 +119,7 @@ void ServiceListeners::connectionRequested(ServiceId id, NativeSocket descriptor
         answerAtOnce(id, descriptor, peer);
         return;
     }
-    const int index = InitTCP(id);
+    const int index = service.tcp->freeIndex();
     StreamConnection& socket = service.tcp->at(index);
     if (!socket.adopt(descriptor, peer, service.tcp->listener().serverPort())) {
         return;

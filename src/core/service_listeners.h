@@ -47,8 +47,6 @@ public:
 
     // Closes and reopens one socket of a service, on the port that its port box holds now.
     void reopen(ServiceId id, Transport transport);
-    // A free connection socket of the service (InitTCP13, InitTCP37, ... in one).
-    [[nodiscard]] int InitTCP(ServiceId id) { return at(id).tcp->freeIndex(); }
 
     // Applies a saved service value at start-up: boxes ticked and sockets opened, TCP first.
     void applySetting(ServiceId id, std::string_view value);
@@ -62,7 +60,7 @@ public:
     // A key typed in the port box; only Enter (13) does anything.
     void portKeyPressed(ServiceId id, char32_t key);
 
-    [[nodiscard]] bool TimeSynced() const { return timeSynced_; }
+    [[nodiscard]] bool timeSynced() const { return timeSynced_; }
     // Once set, connection requests are accepted; nothing clears it.
     void setTimeSynced();
 
@@ -78,13 +76,11 @@ public:
         return at(id).tcp->listener().isListening();
     }
     [[nodiscard]] bool udpBound(ServiceId id) const { return at(id).udp->isBound(); }
-    [[nodiscard]] RequestCounter& tcpRequests(ServiceId id) { return at(id).tcpRequests; }
-    [[nodiscard]] RequestCounter& udpRequests(ServiceId id) { return at(id).udpRequests; }
-    [[nodiscard]] const RequestCounter& tcpRequests(ServiceId id) const {
-        return at(id).tcpRequests;
+    [[nodiscard]] RequestCounter& requests(ServiceId id, Transport transport) {
+        return transport == Transport::Tcp ? at(id).tcpRequests : at(id).udpRequests;
     }
-    [[nodiscard]] const RequestCounter& udpRequests(ServiceId id) const {
-        return at(id).udpRequests;
+    [[nodiscard]] const RequestCounter& requests(ServiceId id, Transport transport) const {
+        return transport == Transport::Tcp ? at(id).tcpRequests : at(id).udpRequests;
     }
 
     // What the owner hears. The status line's text changed (a port conflict on the Daytime

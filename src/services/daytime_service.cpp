@@ -13,13 +13,14 @@ constexpr std::string_view kName = "DayTime";
 
 } // namespace
 
-DaytimeService::DaytimeService(ServiceHost& host, const Clock& clock)
+DaytimeService::DaytimeService(ServiceHost& host, ServiceActivity& activity, const Clock& clock)
     : host_(host)
+    , activity_(activity)
     , clock_(clock) {}
 
 std::string DaytimeService::replyText() const {
     TimeBase& timeBase = host_.timeBase();
-    if (host_.UseJulian()) {
+    if (host_.useJulian()) {
         return GrabMJulian(timeBase.utcSecondsSince1900().value_or(0), timeBase.daylightInEffect());
     }
     const LocalDateTime now = clock_.localNow();
@@ -35,31 +36,31 @@ std::string DaytimeService::replyText() const {
 }
 
 void DaytimeService::answerAtOnce(ImmediateConnection& connection) {
-    host_.light(Lamp::DataOut);
+    activity_.light(Lamp::DataOut);
     const std::string text = replyText();
     // A refused send still logs; the connection closes either way.
     connection.send(text);
     host_.logRequest({"DayTime Request", connection.peerText(), loggedPort(connection.localPort()),
                   static_cast<std::int32_t>(utf8::characterCount(text)), kName, Transport::Tcp});
-    host_.showClient(1, connection.peerText());
+    activity_.showClient(1, connection.peerText());
 }
 
 void DaytimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
     // Counted first: before the clock is set a datagram is counted and shown, not answered.
-    if (!host_.countRequest(ServiceId::Daytime, Transport::Udp)) {
+    if (!activity_.countRequest(ServiceId::Daytime, Transport::Udp)) {
         return;
     }
-    host_.light(Lamp::UdpIn);
-    host_.light(Lamp::DataIn);
-    host_.showClient(1, request.senderText);
+    activity_.light(Lamp::UdpIn);
+    activity_.light(Lamp::DataIn);
+    activity_.showClient(1, request.senderText);
     const std::string text = replyText();
-    if (!host_.TimeSynced()) {
+    if (!host_.timeSynced()) {
         return;
     }
     if (!socket.send(text, request.sender)) {
         return;
     }
-    host_.light(Lamp::DataOut);
+    activity_.light(Lamp::DataOut);
     host_.logRequest({text, request.senderText, loggedPort(socket.localPort()),
                   static_cast<std::int32_t>(utf8::characterCount(text)), kName, Transport::Udp});
 }

@@ -12,7 +12,7 @@ class Clock;
 
 class DaytimeService final : public ImmediateServiceProtocol {
 public:
-    DaytimeService(ServiceHost& host, const Clock& clock);
+    DaytimeService(ServiceHost& host, ServiceActivity& activity, const Clock& clock);
 
     void answerAtOnce(ImmediateConnection& connection) override;
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
@@ -21,6 +21,7 @@ private:
     [[nodiscard]] std::string replyText() const;
 
     ServiceHost& host_;
+    ServiceActivity& activity_;
     const Clock& clock_;
     // The day and month names of the last reply, and its date.
     mutable std::string dayName_;

@@ -11,31 +11,33 @@ constexpr std::string_view kGoodNote = "48 Bytes NTP...";
 
 } // namespace
 
-NtpService::NtpService(ServiceHost& host)
-    : host_(host) {}
+NtpService::NtpService(ServiceHost& host, ServiceActivity& activity, OwnQueryReplies& replies)
+    : host_(host)
+    , activity_(activity)
+    , replies_(replies) {}
 
 void NtpService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
-    host_.light(Lamp::UdpIn);
+    activity_.light(Lamp::UdpIn);
     // Every arrival is counted; an answer to our own query takes its count back.
-    [[maybe_unused]] const bool counted = host_.countRequest(ServiceId::Ntp, Transport::Udp);
+    [[maybe_unused]] const bool counted = activity_.countRequest(ServiceId::Ntp, Transport::Udp);
     if (request.size == kNtpPacketSize) {
-        if (host_.AwaitingReply() && host_.isSyncAnswer(request.data, request.sender)) {
-            host_.acceptSyncAnswer(request.data, request.sender);
+        if (replies_.awaitingReply() && replies_.isAnswer(request.data, request.sender)) {
+            replies_.acceptAnswer(request.data, request.sender);
             return;
         }
         serveDatagram(socket, request);
         return;
     }
-    if (request.size == 1 && host_.AwaitingReply()) {
-        host_.syncDatagramFailed();
+    if (request.size == 1 && replies_.awaitingReply()) {
+        replies_.datagramFailed();
         return;
     }
     logError(request.size, 0, request.senderText, loggedPort(socket.localPort()), Transport::Udp);
 }
 
 void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) {
-    host_.showClient(2, request.senderText);
-    host_.light(Lamp::DataIn);
+    activity_.showClient(2, request.senderText);
+    activity_.light(Lamp::DataIn);
     const std::optional<NtpTimestamp> receive = host_.timeBase().GrabTime();
     if (!receive) {
         return;
@@ -79,8 +81,8 @@ void NtpService::sendReply(std::string_view request, const NtpTimestamp& receive
         return;
     }
     const NtpPacket reply = ntpReply(request, receive, *transmit, host_.ntpReference());
-    host_.noteNtpMilliseconds(host_.timeBase().LastMilliseconds());
-    host_.light(Lamp::DataOut);
+    activity_.noteNtpMilliseconds(host_.timeBase().LastMilliseconds());
+    activity_.light(Lamp::DataOut);
     const auto* data = reinterpret_cast<const char*>(reply.data());
     if (connection != nullptr) {
         if (!connection->write(std::string_view(data, kNtpPacketSize))) {
@@ -88,7 +90,7 @@ void NtpService::sendReply(std::string_view request, const NtpTimestamp& receive
         }
         return;
     }
-    if (host_.TimeSynced()) {
+    if (host_.timeSynced()) {
         // Goes out with the other answers to the same batch of requests.
         socket->sendWithBatch(std::string_view(data, kNtpPacketSize), to);
     }

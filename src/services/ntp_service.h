@@ -10,7 +10,7 @@ namespace cvl {
 
 class NtpService final : public ServiceProtocol {
 public:
-    explicit NtpService(ServiceHost& host);
+    NtpService(ServiceHost& host, ServiceActivity& activity, OwnQueryReplies& replies);
 
     void connectionAccepted(StreamConnection&, int) override {}
     void connectionReadyRead(StreamConnection& socket, int index) override;
@@ -26,6 +26,8 @@ private:
                   Transport transport);
 
     ServiceHost& host_;
+    ServiceActivity& activity_;
+    OwnQueryReplies& replies_;
 };
 
 } // namespace cvl

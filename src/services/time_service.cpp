@@ -9,8 +9,9 @@ constexpr std::string_view kName = "Time";
 
 } // namespace
 
-TimeService::TimeService(ServiceHost& host)
-    : host_(host) {}
+TimeService::TimeService(ServiceHost& host, ServiceActivity& activity)
+    : host_(host)
+    , activity_(activity) {}
 
 void TimeService::answerAtOnce(ImmediateConnection& connection) {
     const auto bytes = host_.timeBase().timeProtocolBytes();
@@ -21,7 +22,7 @@ void TimeService::answerAtOnce(ImmediateConnection& connection) {
     host_.logRequest({kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
                   Transport::Tcp});
     for (std::size_t i = 0; i < bytes->size(); ++i) {
-        host_.light(Lamp::DataOut);
+        activity_.light(Lamp::DataOut);
     }
     // One byte after another, most significant first: to a TCP client that is one 4-byte
     // stream, so the kernel gets them in one go.
@@ -30,16 +31,16 @@ void TimeService::answerAtOnce(ImmediateConnection& connection) {
 
 void TimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
     // Whatever the datagram holds, even nothing, is answered.
-    host_.light(Lamp::UdpIn);
-    host_.light(Lamp::DataIn);
-    if (!host_.countRequest(ServiceId::Time, Transport::Udp)) {
+    activity_.light(Lamp::UdpIn);
+    activity_.light(Lamp::DataIn);
+    if (!activity_.countRequest(ServiceId::Time, Transport::Udp)) {
         return;
     }
     answerDatagram(socket, request);
 }
 
 void TimeService::answerDatagram(DatagramSocket& socket, const Datagram& request) {
-    if (!host_.TimeSynced()) {
+    if (!host_.timeSynced()) {
         return;
     }
     const auto bytes = host_.timeBase().timeProtocolBytes();
@@ -50,12 +51,12 @@ void TimeService::answerDatagram(DatagramSocket& socket, const Datagram& request
     const int sent = socket.sendBytewise(
         std::string_view(reinterpret_cast<const char*>(bytes->data()), 4), request.sender);
     for (int i = 0; i < sent; ++i) {
-        host_.light(Lamp::DataOut);
+        activity_.light(Lamp::DataOut);
     }
     if (sent < 4) {
         return;
     }
-    host_.showClient(0, request.senderText);
+    activity_.showClient(0, request.senderText);
     host_.logRequest({kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, Transport::Udp});
 }
 

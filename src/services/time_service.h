@@ -10,7 +10,7 @@ namespace cvl {
 
 class TimeService final : public ImmediateServiceProtocol {
 public:
-    explicit TimeService(ServiceHost& host);
+    TimeService(ServiceHost& host, ServiceActivity& activity);
 
     void answerAtOnce(ImmediateConnection& connection) override;
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
@@ -20,6 +20,7 @@ private:
     void answerDatagram(DatagramSocket& socket, const Datagram& request);
 
     ServiceHost& host_;
+    ServiceActivity& activity_;
 };
 
 } // namespace cvl

@@ -18,12 +18,13 @@ std::array<char, 4> wireBytes(std::int32_t seconds) {
 
 } // namespace
 
-UnixTimeService::UnixTimeService(ServiceHost& host)
-    : host_(host) {}
+UnixTimeService::UnixTimeService(ServiceHost& host, ServiceActivity& activity)
+    : host_(host)
+    , activity_(activity) {}
 
 void UnixTimeService::answerAtOnce(ImmediateConnection& connection) {
     const std::optional<std::int32_t> seconds = host_.timeBase().unixSeconds();
-    if (!seconds || !host_.TimeSynced()) {
+    if (!seconds || !host_.timeSynced()) {
         return;
     }
     const std::array<char, 4> wire = wireBytes(*seconds);
@@ -33,14 +34,14 @@ void UnixTimeService::answerAtOnce(ImmediateConnection& connection) {
 }
 
 void UnixTimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
-    if (!host_.countRequest(ServiceId::Unix, Transport::Udp)) {
+    if (!activity_.countRequest(ServiceId::Unix, Transport::Udp)) {
         return;
     }
-    host_.light(Lamp::UdpIn);
-    host_.light(Lamp::DataIn);
-    host_.showClient(0, request.senderText);
+    activity_.light(Lamp::UdpIn);
+    activity_.light(Lamp::DataIn);
+    activity_.showClient(0, request.senderText);
     const std::optional<std::int32_t> seconds = host_.timeBase().unixSeconds();
-    if (!seconds || !host_.TimeSynced()) {
+    if (!seconds || !host_.timeSynced()) {
         return;
     }
     const std::array<char, 4> wire = wireBytes(*seconds);

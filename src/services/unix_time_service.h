@@ -10,13 +10,14 @@ namespace cvl {
 
 class UnixTimeService final : public ImmediateServiceProtocol {
 public:
-    explicit UnixTimeService(ServiceHost& host);
+    UnixTimeService(ServiceHost& host, ServiceActivity& activity);
 
     void answerAtOnce(ImmediateConnection& connection) override;
     void datagramArrived(DatagramSocket& socket, const Datagram& datagram) override;
 
 private:
     ServiceHost& host_;
+    ServiceActivity& activity_;
 };
 
 } // namespace cvl

@@ -147,7 +147,7 @@ TEST_F(Listeners, NoClientAcceptedBeforeClockIsSet) {
     ASSERT_TRUE(runUntil([&] { return early.connected; })); // the kernel's backlog holds it
     test::runFor(*loop, 200ms);
     EXPECT_EQ(listeners->tcpArray(Time).upperBound(), 0);
-    EXPECT_EQ(listeners->tcpRequests(Time).value(), 0);
+    EXPECT_EQ(listeners->requests(Time, Transport::Tcp).value(), 0);
 
     // Once the clock is set, that early client is let go unanswered; new ones are taken.
     listeners->setTimeSynced();
@@ -155,7 +155,7 @@ TEST_F(Listeners, NoClientAcceptedBeforeClockIsSet) {
     EXPECT_EQ(listeners->tcpArray(Time).upperBound(), 0);
     LoopbackClient later(*loop, port);
     EXPECT_TRUE(runUntil([&] { return listeners->tcpArray(Time).upperBound() == 1; }));
-    EXPECT_EQ(listeners->tcpRequests(Time).value(), 1);
+    EXPECT_EQ(listeners->requests(Time, Transport::Tcp).value(), 1);
     listeners->masterClicked(Unix, true);
     LoopbackClient reopened(*loop, unixPort);
     EXPECT_TRUE(runUntil([&] { return listeners->tcpArray(Unix).upperBound() == 1; }));
@@ -176,7 +176,7 @@ TEST_F(Listeners, ClientsClosedAndTheirSocketsReused) {
     auto talking = std::make_unique<LoopbackClient>(*loop, port);
     auto leaving = std::make_unique<LoopbackClient>(*loop, port);
     ASSERT_TRUE(runUntil([&] { return array.upperBound() == 3; }));
-    EXPECT_EQ(listeners->tcpRequests(Client).value(), 3);
+    EXPECT_EQ(listeners->requests(Client, Transport::Tcp).value(), 3);
     ASSERT_FALSE(shown.empty());
     EXPECT_TRUE(shown.back().starts_with("127.0.0.1:"));
 
@@ -216,18 +216,18 @@ TEST(Controller, StartReadsAndShutdownWritesBackInOrder) {
     rig.store.putHome("Settings", "NO:5:Second/s:EU:28");
     rig.store.putHome("EnableLogging", "NO");
     rig.store.putHome("OpenMinimized", "YES");
-    CVL_Server& server = rig.server();
+    ServerController& server = rig.server();
     server.start();
 
     EXPECT_EQ(openSockets(server.listeners(), Time), "tcp udp");
-    EXPECT_EQ(server.syncControls().syncN, "5");
-    EXPECT_EQ(server.RegionCode(), "EU");
-    EXPECT_EQ(server.ntpFirstByte(), 28);
-    EXPECT_TRUE(server.OpenMinimized());
-    EXPECT_TRUE(server.LogEnabled()) << "every start logs";
-    EXPECT_FALSE(server.EnableLogging());
+    EXPECT_EQ(server.synchroniser().settings().syncN, "5");
+    EXPECT_EQ(server.settings().sync.region, "EU");
+    EXPECT_EQ(server.settings().ntpFirstByte, 28);
+    EXPECT_TRUE(server.settings().openMinimized);
+    EXPECT_TRUE(server.logEnabled()) << "every start logs";
+    EXPECT_FALSE(server.settings().enableLogging);
     server.setEnableLogging(false);
-    EXPECT_FALSE(server.LogEnabled());
+    EXPECT_FALSE(server.logEnabled());
     server.setEnableLogging(true); // written back as the box says now
 
     rig.store.journal.clear();
@@ -254,7 +254,7 @@ TEST(Controller, RunEntryAcrossRuns) {
         putServices(rig, test::freePort(*rig.loop));
         rig.autostart = autostart;
         rig.server().start();
-        const bool shownTicked = rig.server().RunAtStartup();
+        const bool shownTicked = rig.server().runAtStartup();
         for (const bool on : clicks) {
             rig.server().setRunAtStartup(on);
         }
@@ -287,7 +287,7 @@ TEST(Controller, MissingServerFileIsFetchedThenUsed) {
     rig.store.putHome("NTP37", setting("YES:YES:YES", test::freePort(*rig.loop)));
     rig.store.putHome("Settings", "NO:59:Minutes/s:NA:36");
     const std::string list = "h\r\nh\r\nh\r\nh\r\nh\r\n127.0.0.1:::Loopback NA:::2:::\r\n";
-    const std::string record = "x-:-" + CVL_Server::AppVersion() + "-:-x-:-x-:-0-:-x";
+    const std::string record = "x-:-" + appVersion() + "-:-x-:-x-:-0-:-x";
     updates.serve({"HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(record.size()) +
                    "\r\n\r\n" + record});
     updates.serve({"HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(list.size()) + "\r\n\r\n",
@@ -296,10 +296,10 @@ TEST(Controller, MissingServerFileIsFetchedThenUsed) {
     rig.server().start();
     // Nothing read, nothing opened until the list is there.
     EXPECT_FALSE(rig.server().listeners().tcpListening(Time));
-    EXPECT_TRUE(rig.runUntil([&] { return rig.server().TimeSynced(); }));
+    EXPECT_TRUE(rig.runUntil([&] { return rig.server().status().synchronised(); }));
     EXPECT_EQ(updates.requests.size(), 2u);
     EXPECT_TRUE(rig.server().listeners().tcpListening(Time));
-    EXPECT_TRUE(rig.server().checkUpdateEnabled());
+    EXPECT_TRUE(rig.server().status().checkUpdateEnabled());
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 // directory and a real event loop: what most controller tests start from.
 #pragma once
 
-#include "core/cvl_server.h"
+#include "core/server_controller.h"
 #include "loop_waits.h"
 #include "platform_fakes.h"
 #include "temp_folder.h"
@@ -32,9 +32,9 @@ struct ServerRig {
         test::writeServerFile(folder.filePath("QBK_CVLS4.CVL"), entries);
     }
 
-    CVL_Server& server() {
+    ServerController& server() {
         if (!instance) {
-            instance = std::make_unique<CVL_Server>(
+            instance = std::make_unique<ServerController>(
                 Platform{*loop, clock, timeZone, store, autostart, host, prompter, launcher},
                 options);
         }
@@ -56,7 +56,7 @@ struct ServerRig {
     FakePrompter prompter;
     FakeLauncher launcher;
     ServerOptions options;
-    std::unique_ptr<CVL_Server> instance;
+    std::unique_ptr<ServerController> instance;
 };
 
 } // namespace cvl::test

@@ -29,7 +29,7 @@ struct State {
         const std::vector<std::string> ntpOnly{"SNTP123"};
         fuzz::startServer(asking.rig, ntpOnly, "NA", sink.localPort());
         fuzz::startServer(unset.rig, ntpOnly, "EU", sink.localPort());
-        fuzz::startServer(set.rig, ntpOnly, "EU", sink.localPort()).setTimeSynced();
+        fuzz::startServer(set.rig, ntpOnly, "EU", sink.localPort()).listeners().setTimeSynced();
         for (Scene* scene : {&asking, &unset, &set}) {
             scene->ntp = std::make_unique<NtpService>(scene->rig.server());
         }
@@ -53,9 +53,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint8_t scene = data[0];
     const bool waiting = (scene & 3) == 0 || (scene & 3) == 3;
     Scene& s = waiting ? state->asking : (scene & 3) == 1 ? state->unset : state->set;
-    CVL_Server& server = s.rig.server();
-    if (waiting && !server.AwaitingReply()) {
-        server.SyncTimeNow();
+    ServerController& server = s.rig.server();
+    if (waiting && !server.synchroniser().awaitingReply()) {
+        server.synchroniser().syncNow();
     }
     s.rig.clock.setMilliseconds(std::min((scene >> 3) * 33, 999));
 
@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Only a 48-byte answer to a query that is out sets the clock, once, and ends the wait.
     const std::vector<SystemTime>& sets = s.rig.clock.setCalls;
     fuzz::require(sets.size() <= 1);
-    fuzz::require(sets.empty() || (waiting && bytes.size() == 48 && !server.AwaitingReply()));
+    fuzz::require(sets.empty() || (waiting && bytes.size() == 48 && !server.synchroniser().awaitingReply()));
     s.rig.clock.setCalls.clear();
     return 0;
 }

@@ -39,7 +39,7 @@ inline void require(bool holds) {
 // kernel's choosing. Its one reference server is 127.0.0.1:`referencePort` in region NA; any
 // other `region` leaves the pool empty, so that it never asks. Logging is off: records do not
 // depend on the input, and the file would grow with every one.
-inline CVL_Server& startServer(test::ServerRig& rig, const std::vector<std::string>& services,
+inline ServerController& startServer(test::ServerRig& rig, const std::vector<std::string>& services,
                                const std::string& region, std::uint16_t referencePort) {
     rig.options.referencePort = referencePort;
     rig.writeServerFile();
@@ -47,8 +47,8 @@ inline CVL_Server& startServer(test::ServerRig& rig, const std::vector<std::stri
     for (const std::string& name : services) {
         rig.store.putHome(name, "YES:NO:YES:0");
     }
-    CVL_Server& server = rig.server();
-    server.setRandomSource([] { return 0.5; });
+    ServerController& server = rig.server();
+    server.synchroniser().setRandomSource([] { return 0.5; });
     server.start();
     server.setEnableLogging(false);
     return server;

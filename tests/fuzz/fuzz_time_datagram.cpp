@@ -35,12 +35,12 @@ struct State {
         sink.bind(0); // takes the answers, never read
         const std::vector<std::string> services{"NTP37", "DTS13", "UNIX519"};
         for (Scene* scene : {&unset, &set}) {
-            CVL_Server& server = fuzz::startServer(scene->rig, services, "EU", sink.localPort());
+            ServerController& server = fuzz::startServer(scene->rig, services, "EU", sink.localPort());
             scene->time = std::make_unique<TimeService>(server);
             scene->daytime = std::make_unique<DaytimeService>(server, scene->rig.clock);
             scene->unixTime = std::make_unique<UnixTimeService>(server);
         }
-        set.rig.server().setTimeSynced();
+        set.rig.server().listeners().setTimeSynced();
     }
 
     std::unique_ptr<EventLoop> loop = makeEventLoop();
@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const std::uint8_t scene = data[0];
     Scene& s = (scene & 4) != 0 ? state->set : state->unset;
-    CVL_Server& server = s.rig.server();
+    ServerController& server = s.rig.server();
     server.setUseJulian((scene & 8) != 0);
     const std::uint32_t since1900 = static_cast<std::uint32_t>(data[1]) << 24 |
                                     static_cast<std::uint32_t>(data[2]) << 16 |

@@ -8,7 +8,7 @@
 //         bit 1  a server file is in place to start with
 //         bits 2-7 the answers to the questions, in turn
 // Byte 1: the longest arrival; 0 for the whole response in one. The rest: the response.
-#include "core/cvl_server.h"
+#include "core/server_controller.h"
 #include "fuzz_support.h"
 #include "loop_waits.h"
 #include "platform/event_loop.h"
@@ -36,7 +36,7 @@ class Host final : public UpdateHost {
 public:
     [[nodiscard]] std::string windowCaption() const override { return caption; }
     void setWindowCaption(const std::string& text) override { caption = text; }
-    [[nodiscard]] std::string windowTitle() const override { return CVL_Server::fixedTitle(); }
+    [[nodiscard]] std::string windowTitle() const override { return fixedTitle(); }
     void setCheckUpdateEnabled(bool on) override { enabled = on; }
     [[nodiscard]] bool checkUpdateEnabled() const override { return enabled; }
     void serverFileDownloaded() override {}
@@ -87,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     test::FakeLauncher launcher;
     // Port 0: the connection is refused at once, whenever the check starts a new exchange.
     UpdateCheck check(*state->loop, host, prompter, launcher, {state->serverFile, state->updater},
-                      "127.0.0.1", 0, CVL_Server::AppVersion());
+                      "127.0.0.1", 0, appVersion());
     if ((flags & 1) != 0) {
         prompter.answers = ~0u;
         check.saveIT(kAsksForServerFile);

@@ -63,18 +63,18 @@ TEST_F(TimeServices, ExactAnswersAndTheirRecords) {
         EXPECT_TRUE(udp(port, "x", 1, 300ms).empty());
     }
     for (const ServiceId id : {ServiceId::Time, ServiceId::Unix, ServiceId::Daytime}) {
-        EXPECT_EQ(rig.server().listeners().udpRequests(id).value(), 1);
+        EXPECT_EQ(rig.server().listeners().requests(id, Transport::Udp).value(), 1);
     }
-    EXPECT_EQ(rig.server().remoteHost(1).address, "127.0.0.1");
+    EXPECT_EQ(rig.server().serving().remoteHost(1).address, "127.0.0.1");
     EXPECT_TRUE(logLines().empty());
 
-    rig.server().setTimeSynced();
+    rig.server().listeners().setTimeSynced();
     // Time: four one-byte datagrams, or the four bytes on a stream; Unix time in one write;
     // Daytime's text without a line end. Whatever a datagram holds is answered.
     const std::string huge(65507, '\xAB');
     EXPECT_EQ(udp(timePort, huge, 4), (Replies{"\xC3", "\x9D", "\xE1", "\x80"}));
     EXPECT_EQ(tcp(timePort, "garbage"), kTimeBytes);
-    EXPECT_EQ(rig.server().listeners().tcpRequests(ServiceId::Time).value(), 1);
+    EXPECT_EQ(rig.server().listeners().requests(ServiceId::Time, Transport::Tcp).value(), 1);
     EXPECT_EQ(udp(unixPort, {}, 1), Replies{kUnixBytes});
     EXPECT_EQ(tcp(unixPort), kUnixBytes);
     EXPECT_EQ(tcp(daytimePort), kDaytime);
@@ -105,7 +105,7 @@ TEST_F(TimeServices, ExactAnswersAndTheirRecords) {
 // IPv4 and IPv6 clients reach separate sockets on the same port; both are answered and
 // logged under their own address.
 TEST_F(TimeServices, Ipv6ClientsAnswered) {
-    rig.server().setTimeSynced();
+    rig.server().listeners().setTimeSynced();
     if (udp(timePort, "x", 4, 1500ms, "::1").size() != 4) {
         GTEST_SKIP() << "no IPv6 loopback here";
     }

@@ -38,11 +38,11 @@ protected:
         rig.store.putHome("SNTP123", "YES:YES:YES:" + std::to_string(ntpPort));
     }
 
-    CVL_Server& server() { return rig.server(); }
+    ServerController& server() { return rig.server(); }
     bool runUntil(const std::function<bool()>& done) { return rig.runUntil(done); }
     void startSynchronised() {
         server().start();
-        ASSERT_TRUE(runUntil([this] { return server().TimeSynced(); }));
+        ASSERT_TRUE(runUntil([this] { return server().status().synchronised(); }));
     }
     std::vector<std::string> exchange(const std::string& request,
                                       std::chrono::milliseconds timeout = 1500ms) {
@@ -61,16 +61,16 @@ TEST_F(Synchronisation, AnswerSetsClockAndReference) {
     // The fake ticks stand still: no round trip, so 00:00:10 and 250 ms exactly.
     EXPECT_EQ(rig.clock.setCalls[0], (SystemTime{2004, 1, 0, 1, 0, 0, 10, 250}));
     // The send stamp was taken at 00:00:00.000, whose fraction is never zero.
-    EXPECT_EQ(server().timeQuery().SyncMessage(),
+    EXPECT_EQ(server().synchroniser().query().SyncMessage(),
               "Adjusted by: 10187.9716796875 ms.  CVL Server is Synchronized.");
-    EXPECT_EQ(server().listeners().udpRequests(ServiceId::Ntp).value(), 0);
+    EXPECT_EQ(server().listeners().requests(ServiceId::Ntp, Transport::Udp).value(), 0);
 
     const std::vector<std::string> replies = exchange(ntpRequest(0));
     ASSERT_EQ(replies.size(), 1u);
     const std::string& reply = replies[0];
     ASSERT_EQ(reply.size(), 48u);
     EXPECT_EQ(toHex(reply.substr(0, 16)), "240204ef0000004f000002a17f000001");
-    const auto& stamp = server().timeQuery().LastSyncStamp();
+    const auto& stamp = server().synchroniser().query().LastSyncStamp();
     EXPECT_EQ(reply.substr(16, 8), std::string(reinterpret_cast<const char*>(stamp.data()), 8));
     EXPECT_EQ(reply.substr(24, 8), ntpRequest(0).substr(40, 8)); // transmit stamp echoed
     EXPECT_EQ(toHex(reply.substr(32, 4)), "c39de180");
@@ -102,18 +102,18 @@ TEST_P(HeldAnswer, OnlyTheAnswerEndsTheWait) {
     reference.holding = true;
     server().start();
     ASSERT_TRUE(runUntil([this] { return reference.requests == 1; }));
-    EXPECT_TRUE(server().AwaitingReply());
-    EXPECT_EQ(server().strictSync(), strict);
+    EXPECT_TRUE(server().synchroniser().awaitingReply());
+    EXPECT_EQ(server().synchroniser().strict(), strict);
 
     EXPECT_TRUE(exchange(ntpRequest(9), 300ms).empty());
-    EXPECT_FALSE(server().TimeSynced());
+    EXPECT_FALSE(server().status().synchronised());
     exchange("x", 200ms);
-    EXPECT_EQ(server().schedule().SyncCounter, server().schedule().SyncSeconds - 1);
+    EXPECT_EQ(server().synchroniser().schedule().SyncCounter, server().synchroniser().schedule().SyncSeconds - 1);
     exchange(ntpRequest(0), 300ms);
-    EXPECT_EQ(server().TimeSynced(), !strict);
+    EXPECT_EQ(server().status().synchronised(), !strict);
 
     reference.release();
-    EXPECT_TRUE(runUntil([this] { return server().TimeSynced(); }));
+    EXPECT_TRUE(runUntil([this] { return server().status().synchronised(); }));
     EXPECT_EQ(rig.clock.setCalls.size(), 1u);
     EXPECT_EQ(exchange(ntpRequest(9)).size(), 1u);
 }
@@ -125,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(Synchronisation, HeldAnswer, testing::Bool(),
 
 TEST_F(Synchronisation, HostileDatagramsAndForgedAnswers) {
     startSynchronised();
-    server().SyncTimeNow(); // a query is pending again: forged answers get their chance
+    server().synchroniser().syncNow(); // a query is pending again: forged answers get their chance
     reference.holding = true;
     DatagramSocket attacker(*rig.loop);
     ASSERT_EQ(attacker.bind(0), DatagramSocket::BindResult::Bound);
@@ -158,7 +158,7 @@ TEST_F(Synchronisation, HostileDatagramsAndForgedAnswers) {
     // which a slow host reaches while the spray lasts.)
     EXPECT_GE(rig.clock.setCalls.size(), 2u);
     EXPECT_LE(rig.clock.setCalls.size(), static_cast<std::size_t>(reference.requests));
-    EXPECT_FALSE(server().AwaitingReply());
+    EXPECT_FALSE(server().synchroniser().awaitingReply());
     EXPECT_EQ(exchange(ntpRequest(9)).size(), 1u);
 }
 
@@ -166,7 +166,7 @@ TEST_F(Synchronisation, EmptyPoolAsksNobody) {
     rig.store.putHome("Settings", "NO:30:Second/s:AP:36");
     server().start();
     test::runFor(*rig.loop, 200ms);
-    server().SyncTimeNow();
+    server().synchroniser().syncNow();
     test::runFor(*rig.loop, 100ms);
     EXPECT_EQ(reference.requests, 0);
 }
@@ -174,20 +174,20 @@ TEST_F(Synchronisation, EmptyPoolAsksNobody) {
 TEST_F(Synchronisation, FailedSendRetriesOnNextTickAndSaysSoOnce) {
     rig.options.referencePort = 0; // the kernel refuses a datagram to port 0
     server().start();
-    EXPECT_EQ(server().schedule().SyncCounter, server().schedule().SyncSeconds);
-    server().syncTick();
-    EXPECT_EQ(server().schedule().SyncCounter, server().schedule().SyncSeconds);
+    EXPECT_EQ(server().synchroniser().schedule().SyncCounter, server().synchroniser().schedule().SyncSeconds);
+    server().synchroniser().tick();
+    EXPECT_EQ(server().synchroniser().schedule().SyncCounter, server().synchroniser().schedule().SyncSeconds);
     // The operator is told once, in words that stay the same from one try to the next.
-    EXPECT_TRUE(server().queriesFailing());
-    struct Counter final : ServerObserver {
-        void unansweredChanged(const std::string&) override { ++told; }
+    EXPECT_TRUE(server().status().sync().queriesFailing);
+    struct Counter final : StatusObserver {
+        void statusChanged(StatusChange change) override { told += change == StatusChange::Unanswered; }
         int told = 0;
     } counter;
-    server().addObserver(counter);
-    server().syncTick();
-    server().removeObserver(counter);
+    server().status().addObserver(counter);
+    server().synchroniser().tick();
+    server().status().removeObserver(counter);
     EXPECT_EQ(counter.told, 0);
-    EXPECT_TRUE(server().unansweredText().starts_with("The reference server could not be asked"));
+    EXPECT_TRUE(server().status().sync().unansweredText.starts_with("The reference server could not be asked"));
 }
 
 } // namespace

@@ -57,17 +57,17 @@ int main(int argc, char* argv[]) {
     }
     rig.store.putHome("DTS13", "YES:YES:NO:" + std::to_string(daytimePort));
     rig.store.putHome("Settings", "YES:59:Minutes/s:NA:36");
-    CVL_Server& server = rig.server();
+    ServerController& server = rig.server();
     DesktopFrontEnd front;
     front.build(server);
     server.start([&] { front.startUp(false); });
-    server.showClient(0, "192.0.2.44");
-    server.showClient(2, "198.51.100.7");
+    server.serving().showClient(0, "192.0.2.44");
+    server.serving().showClient(2, "198.51.100.7");
 
     ServerWindow& window = front.window();
     window.CVLSelected(1);
-    (void)QTest::qWaitFor([&] { return !server.unansweredText().empty(); },
-                          CVL_Server::kUnansweredAfterMs + 2000);
+    (void)QTest::qWaitFor([&] { return !server.status().sync().unansweredText.empty(); },
+                          Synchroniser::kUnansweredAfter.count() + 2000);
     QTest::qWait(250);
     window.grab().save(out + QStringLiteral("/window-1-unsynchronised.png"));
     window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray-unsynchronised.png"));
@@ -75,7 +75,7 @@ int main(int argc, char* argv[]) {
     blocker.reset();
     server.listeners().portKeyPressed(ServiceId::Daytime, 13);
     reference.release();
-    (void)QTest::qWaitFor([&] { return server.TimeSynced(); }, 3000);
+    (void)QTest::qWaitFor([&] { return server.status().synchronised(); }, 3000);
     window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray.png"));
     for (int node = 1; node <= 8; ++node) {
         window.CVLSelected(node);

@@ -155,7 +155,7 @@ private slots:
         auto* every = find<QLineEdit>(&window, "SyncN");
         every->setText(QStringLiteral("15xy"));
         QCOMPARE(every->text(), QStringLiteral("15"));
-        QCOMPARE(rig->server().syncControls().syncN, std::string("15"));
+        QCOMPARE(rig->server().synchroniser().settings().syncN, std::string("15"));
 
         cleanup();
         startWith("NA", true);
@@ -164,7 +164,7 @@ private slots:
 
     void pagesAndTrayFollowTheFirstSynchronisation() {
         startWith("NA");
-        CVL_Server& server = rig->server();
+        ServerController& server = rig->server();
         ServerWindow& window = front->window();
         auto* overview = find<QWidget>(&window, "page_overview");
         auto* state = find<QLabel>(overview, "SyncState");
@@ -173,7 +173,7 @@ private slots:
         const quint16 timePort =
             server.listeners().tcpArray(ServiceId::Time).listener().serverPort();
         QTRY_COMPARE(reference->requests, 1);
-        QVERIFY(!server.TimeSynced());
+        QVERIFY(!server.status().synchronised());
 
         QCOMPARE(state->text(),
                  QStringLiteral("Not synchronised: clients are refused until the first answer"));
@@ -190,13 +190,13 @@ private slots:
         const QImage waitingIcon = iconImage(window.trayIconShown());
 
         reference->release();
-        QTRY_VERIFY(server.TimeSynced());
+        QTRY_VERIFY(server.status().synchronised());
         QCOMPARE(timeState->text(), QString("listening on port %1").arg(timePort));
         QVERIFY(iconImage(window.trayIconShown()) != waitingIcon);
         QCOMPARE(iconImage(window.trayIconShown()), iconImage(window.windowIcon()));
 
         window.CVLSelected(1);
-        const TimeQuery& query = server.timeQuery();
+        const TimeQuery& query = server.synchroniser().query();
         QVERIFY(state->text().startsWith("Synchronised"));
         QVERIFY(find<QLabel>(overview, "SyncResult")
                     ->text()
@@ -211,7 +211,7 @@ private slots:
 
         // The NTP page shows the last reply's milliseconds as its timer refreshes it.
         window.CVLSelected(4);
-        server.noteNtpMilliseconds(437);
+        server.serving().noteNtpMilliseconds(437);
         QTRY_COMPARE(find<QLabel>(find<QWidget>(&window, "page_SNTP123"), "NTPms")->text(),
                      QStringLiteral("NTPms 437"));
     }
@@ -254,13 +254,13 @@ private slots:
         QFETCH(QString, region);
         startWith(region);
         CVL_ConfigSVR& dialog = front->configDialog();
-        QCOMPARE(dialog.windowTitle(), "CONFIG - " + toQString(rig->server().windowCaption()));
+        QCOMPARE(dialog.windowTitle(), "CONFIG - " + toQString(rig->server().status().caption()));
         auto* regions = find<QComboBox>(&dialog, "Regions");
         QTEST(regions->currentIndex(), "index");
         QCOMPARE(regions->placeholderText(), QStringLiteral("North America NA"));
         QCOMPARE(regions->itemText(1),
                  QStringLiteral("SA - South America [Chile , Brazil, Columbia]"));
-        QCOMPARE(toQString(rig->server().RegionCode()), region);
+        QCOMPARE(toQString(rig->server().settings().sync.region), region);
         QVERIFY(!find<QCheckBox>(&dialog, "wc3Logs")->isChecked()); // saved "NO"
     }
 
@@ -271,22 +271,22 @@ private slots:
         auto* regions = find<QComboBox>(dialog, "Regions");
         regions->setCurrentIndex(2);
         emit regions->textActivated(regions->currentText());
-        QCOMPARE(rig->server().RegionCode(), std::string("EU"));
+        QCOMPARE(rig->server().settings().sync.region, std::string("EU"));
 
         find<QCheckBox>(dialog, "wc3Logs")->click();
-        QVERIFY(rig->server().EnableLogging());
+        QVERIFY(rig->server().settings().enableLogging);
         find<QCheckBox>(dialog, "OpenMin")->click();
-        QVERIFY(rig->server().OpenMinimized());
+        QVERIFY(rig->server().settings().openMinimized);
 
         // The update button stays off until the check ends, even across a closed dialog.
         auto* check = find<QAbstractButton>(dialog, "CheckUpdate");
-        rig->server().setCheckUpdateEnabled(false);
+        rig->server().status().setCheckUpdateEnabled(false);
         QVERIFY(!check->isEnabled());
         find<QAbstractButton>(dialog, "cfgsvrOK")->click();
         QTRY_VERIFY(!front->configDialogOpen());
         dialog = &front->configDialog();
         QVERIFY(!find<QAbstractButton>(dialog, "CheckUpdate")->isEnabled());
-        rig->server().setCheckUpdateEnabled(true);
+        rig->server().status().setCheckUpdateEnabled(true);
         QVERIFY(find<QAbstractButton>(dialog, "CheckUpdate")->isEnabled());
     }
 

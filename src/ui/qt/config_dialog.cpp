@@ -1,7 +1,7 @@
 #include "ui/qt/config_dialog.h"
 #include "ui/qt/qt_text.h"
 
-#include "core/cvl_server.h"
+#include "core/server_controller.h"
 #include "ui/qt/painted_images.h"
 #include "ui/qt/qbk_buttons.h"
 
@@ -43,7 +43,7 @@ QAbstractButton* makeButton(const QString& caption, const char* name, QWidget* p
 
 } // namespace
 
-CVL_ConfigSVR::CVL_ConfigSVR(CVL_Server& server, QWidget* mainWindow)
+CVL_ConfigSVR::CVL_ConfigSVR(ServerController& server, QWidget* mainWindow)
     : QDialog(mainWindow)
     , server_(server)
     , regions_(new QComboBox(this))
@@ -117,41 +117,44 @@ CVL_ConfigSVR::CVL_ConfigSVR(CVL_Server& server, QWidget* mainWindow)
             [this] { server_.openDateTimeSettings(); });
     connect(checkUpdate_, &QAbstractButton::clicked, this, [this] { server_.checkForUpdates(); });
     connect(ok_, &QAbstractButton::clicked, this, &QDialog::close);
-    server_.addObserver(*this);
+    server_.status().addObserver(*this);
 
     Form_Load(mainWindow);
 }
 
 CVL_ConfigSVR::~CVL_ConfigSVR() {
-    server_.removeObserver(*this);
+    server_.status().removeObserver(*this);
 }
 
-void CVL_ConfigSVR::checkUpdateEnabledChanged(bool enabled) {
-    checkUpdate_->setEnabled(enabled);
+void CVL_ConfigSVR::statusChanged(StatusChange change) {
+    if (change == StatusChange::UpdateButton) {
+        checkUpdate_->setEnabled(server_.status().checkUpdateEnabled());
+    }
 }
 
 void CVL_ConfigSVR::Form_Load(QWidget* mainWindow) {
     if (mainWindow != nullptr) {
         setWindowIcon(mainWindow->windowIcon());
     }
-    setWindowTitle(QStringLiteral("CONFIG - ") + toQString(server_.windowCaption()));
+    setWindowTitle(QStringLiteral("CONFIG - ") + toQString(server_.status().caption()));
     regions_->addItems(regionEntries());
     // An unknown code leaves the list on its design text, which is none of the entries;
     // nothing is stored until a region is picked.
     regions_->setPlaceholderText(QStringLiteral("North America NA"));
+    const ServerSettings settings = server_.settings();
     const QStringList codes{"NA", "SA", "EU", "AF", "AW", "AE", "AP"};
-    regions_->setCurrentIndex(static_cast<int>(codes.indexOf(toQString(server_.RegionCode()))));
+    regions_->setCurrentIndex(static_cast<int>(codes.indexOf(toQString(settings.sync.region))));
     // Loading only ever ticks boxes, and ticking stores the same value again.
-    if (server_.RunAtStartup()) {
+    if (server_.runAtStartup()) {
         runAtStart_->setChecked(true);
     }
-    if (server_.OpenMinimized()) {
+    if (settings.openMinimized) {
         openMinimized_->setChecked(true);
     }
-    if (server_.EnableLogging()) {
+    if (settings.enableLogging) {
         logging_->setChecked(true);
     }
-    checkUpdate_->setEnabled(server_.checkUpdateEnabled());
+    checkUpdate_->setEnabled(server_.status().checkUpdateEnabled());
 }
 
 } // namespace cvl

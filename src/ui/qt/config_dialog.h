@@ -4,7 +4,7 @@
 // Cancel. Loading the dialog changes no setting.
 #pragma once
 
-#include "core/server_observer.h"
+#include "core/status_model.h"
 
 #include <QDialog>
 
@@ -14,22 +14,22 @@ class QComboBox;
 
 namespace cvl {
 
-class CVL_Server;
+class ServerController;
 
 // The region list, in its order; the first two characters of each entry are its code.
 [[nodiscard]] const QStringList& regionEntries();
 
-class CVL_ConfigSVR final : public QDialog, private ServerObserver {
+class CVL_ConfigSVR final : public QDialog, private StatusObserver {
     Q_OBJECT
 public:
-    CVL_ConfigSVR(CVL_Server& server, QWidget* mainWindow);
+    CVL_ConfigSVR(ServerController& server, QWidget* mainWindow);
     ~CVL_ConfigSVR() override;
 
 private:
-    void checkUpdateEnabledChanged(bool enabled) override;
+    void statusChanged(StatusChange change) override;
     void Form_Load(QWidget* mainWindow);
 
-    CVL_Server& server_;
+    ServerController& server_;
     QComboBox* regions_;
     QCheckBox* runAtStart_;
     QCheckBox* openMinimized_;

@@ -1,6 +1,6 @@
 #include "ui/qt/desktop_front_end.h"
 
-#include "core/cvl_server.h"
+#include "core/server_controller.h"
 #include "platform/linux/epoll_event_loop.h"
 #include "ui/qt/config_dialog.h"
 #include "ui/qt/event_loop_notifier.h"
@@ -37,7 +37,7 @@ DesktopFrontEnd::~DesktopFrontEnd() {
     release();
 }
 
-void DesktopFrontEnd::build(CVL_Server& server) {
+void DesktopFrontEnd::build(ServerController& server) {
     server_ = &server;
     window_ = std::make_unique<ServerWindow>(server);
     QObject::connect(window_.get(), &ServerWindow::configurationRequested, window_.get(),

@@ -13,7 +13,7 @@ class QWidget;
 
 namespace cvl {
 
-class CVL_Server;
+class ServerController;
 class ServerWindow;
 class CVL_ConfigSVR;
 
@@ -32,7 +32,7 @@ public:
     ~DesktopFrontEnd() override;
 
     [[nodiscard]] Prompter& prompter() override { return prompter_; }
-    void build(CVL_Server& server) override;
+    void build(ServerController& server) override;
     void startUp(bool startHidden) override;
     // Qt's loop, dispatching the server's.
     int run(EventLoop& loop) override;
@@ -47,7 +47,7 @@ public:
     [[nodiscard]] bool configDialogOpen() const { return !dialog_.isNull(); }
 
 private:
-    CVL_Server* server_ = nullptr;
+    ServerController* server_ = nullptr;
     DesktopPrompter prompter_;
     std::unique_ptr<ServerWindow> window_;
     QPointer<CVL_ConfigSVR> dialog_;

@@ -1,32 +1,18 @@
 #include "ui/qt/overview_page.h"
 #include "ui/qt/qt_text.h"
 
-#include "core/cvl_server.h"
-#include "log/request_log.h"
-#include "sync/time_query.h"
-#include "ui/qt/service_page.h"
+#include "core/server_controller.h"
+#include "core/service_table.h"
 
 #include <QFormLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QTableWidget>
 #include <QVBoxLayout>
-#include <cmath>
 
 namespace cvl {
 
 namespace {
-
-// The controller's message carries the offset with every digit; a tenth of a millisecond is
-// what a reader wants beside it.
-QString offsetText(double milliseconds) {
-    double tenths = std::round(milliseconds * 10) / 10;
-    if (tenths == 0) {
-        tenths = 0; // no "-0.0"
-    }
-    return (tenths > 0 ? QStringLiteral("+") : QString()) + QString::number(tenths, 'f', 1) +
-           QStringLiteral(" ms");
-}
 
 QLabel* wrappingLabel(QWidget* parent) {
     auto* label = new QLabel(parent);
@@ -37,7 +23,7 @@ QLabel* wrappingLabel(QWidget* parent) {
 
 } // namespace
 
-OverviewPage::OverviewPage(CVL_Server& server, QWidget* parent)
+OverviewPage::OverviewPage(ServerController& server, QWidget* parent)
     : QWidget(parent)
     , server_(server)
     , form_(new QFormLayout)
@@ -87,54 +73,32 @@ OverviewPage::OverviewPage(CVL_Server& server, QWidget* parent)
 }
 
 void OverviewPage::refresh() {
-    const TimeQuery& query = server_.timeQuery();
-    const bool synced = server_.TimeSynced();
-    if (synced) {
-        synced_->setText(tr("Synchronised: every enabled service answers its clients"));
-    } else {
-        synced_->setText(tr("Not synchronised: clients are refused until the first answer"));
-    }
-    // Before the first answer the operator needs to know whom we are waiting for and when we
-    // try again; after it, what we got and from whom.
-    asked_->setText(server_.askedServer().empty()
-                        ? tr("not asked yet")
-                        : tr("%1, at %2")
-                              .arg(toQString(server_.askedServer()),
-                                   toQString(generalDateText(server_.askedAt()))));
-    nextTry_->setText(tr("in %1 s").arg(server_.secondsToNextSync()));
-    unanswered_->setText(toQString(server_.unansweredText()));
-    message_->setText(
-        query.SyncMessage().empty()
-            ? tr("none yet")
-            : tr("%1 (%2)").arg(toQString(query.SyncMessage()), offsetText(query.LastOffsetMs())));
-    reference_->setText(query.RefServerIP().empty()
-                            ? toQString(server_.CurrentServer())
-                            : tr("%1 (%2), at %3")
-                                  .arg(toQString(server_.CurrentServer()),
-                                       toQString(query.RefServerIP()),
-                                       toQString(generalDateText(query.LastSyncTime()))));
-    form_->setRowVisible(asked_, !synced);
-    form_->setRowVisible(unanswered_, !server_.unansweredText().empty());
-    form_->setRowVisible(message_, synced);
-    form_->setRowVisible(reference_, synced);
+    const StatusModel& status = server_.status();
+    const OverviewStatus overview = status.overview();
+    synced_->setText(toQString(overview.clients));
+    asked_->setText(toQString(overview.lastQuery));
+    nextTry_->setText(toQString(overview.nextQuery));
+    unanswered_->setText(toQString(overview.unanswered));
+    message_->setText(toQString(overview.syncResult));
+    reference_->setText(toQString(overview.reference));
+    form_->setRowVisible(asked_, !overview.lastQuery.empty());
+    form_->setRowVisible(unanswered_, !overview.unanswered.empty());
+    form_->setRowVisible(message_, !overview.syncResult.empty());
+    form_->setRowVisible(reference_, !overview.reference.empty());
 
-    const ServiceListeners& listeners = server_.listeners();
     bool rowsChanged = false;
     for (const ServiceRow& row : serviceTable()) {
         const int r = static_cast<int>(indexOf(row.id));
+        const ServiceStatus service = status.service(row.id);
         QStringList sockets;
-        if (listeners.tcpListening(row.id)) {
-            const quint16 port = listeners.tcpArray(row.id).listener().serverPort();
-            // A listener that holds its clients back must not read as one that serves them.
-            sockets << (synced ? tr("TCP %1").arg(port)
-                               : tr("TCP %1: %2").arg(port).arg(waitingForSyncText()));
+        for (const std::string& socket : service.sockets) {
+            sockets << toQString(socket);
         }
-        if (listeners.udpBound(row.id)) {
-            sockets << tr("UDP %1").arg(listeners.udpSocket(row.id).localPort());
-        }
-        services_->item(r, 0)->setText(serviceName(row.id));
-        // The waiting text makes a line too long for the column: one socket a line then.
-        const QString separator = synced ? QStringLiteral(", ") : QStringLiteral("\n");
+        services_->item(r, 0)->setText(toQString(service.name));
+        // A socket held until the first answer makes a line too long for the column: one
+        // socket a line then.
+        const QString separator =
+            overview.synchronised ? QStringLiteral(", ") : QStringLiteral("\n");
         QTableWidgetItem* socketItem = services_->item(r, 1);
         const QString socketText = sockets.isEmpty() ? tr("closed") : sockets.join(separator);
         if (socketItem->text() != socketText) {
@@ -142,10 +106,9 @@ void OverviewPage::refresh() {
             socketItem->setToolTip(socketText);
             rowsChanged = true;
         }
-        services_->item(r, 2)->setText(row.countsTcpAccepts
-                                           ? QString::number(listeners.tcpRequests(row.id).value())
-                                           : QStringLiteral("-"));
-        services_->item(r, 3)->setText(QString::number(listeners.udpRequests(row.id).value()));
+        services_->item(r, 2)->setText(service.countsTcpRequests ? toQString(service.tcpRequests)
+                                                                 : QStringLiteral("-"));
+        services_->item(r, 3)->setText(toQString(service.udpRequests));
     }
     if (rowsChanged) {
         services_->resizeRowsToContents();

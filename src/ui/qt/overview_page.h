@@ -10,16 +10,16 @@ class QTableWidget;
 
 namespace cvl {
 
-class CVL_Server;
+class ServerController;
 
 class OverviewPage final : public QWidget {
     Q_OBJECT
 public:
-    explicit OverviewPage(CVL_Server& server, QWidget* parent = nullptr);
+    explicit OverviewPage(ServerController& server, QWidget* parent = nullptr);
     void refresh();
 
 private:
-    CVL_Server& server_;
+    ServerController& server_;
     QFormLayout* form_;
     QLabel* synced_;
     QLabel* asked_;

@@ -1,9 +1,9 @@
 #include "ui/qt/server_window.h"
 #include "ui/qt/qt_text.h"
 
-#include "core/cvl_server.h"
-#include "log/request_log.h"
-#include "sync/time_query.h"
+#include "core/server_controller.h"
+#include "core/service_table.h"
+#include "sync/synchroniser.h"
 #include "ui/qt/overview_page.h"
 #include "ui/qt/painted_images.h"
 #include "ui/qt/service_page.h"
@@ -113,7 +113,7 @@ private:
 
 } // namespace
 
-ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
+ServerWindow::ServerWindow(ServerController& server, QWidget* parent)
     : QMainWindow(parent)
     , server_(server)
     , tree_(new QTreeWidget(this))
@@ -122,7 +122,7 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
     , displayTimer_(new QTimer(this))
     , refreshTimer_(new QTimer(this)) {
     setObjectName(QStringLiteral("CVL_Server"));
-    setWindowTitle(toQString(server_.windowCaption()));
+    setWindowTitle(toQString(server_.status().caption()));
     setWindowIcon(applicationIcon());
 
     // The service tree and its pages.
@@ -172,7 +172,7 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
     refreshTimer_->setInterval(200);
     connect(refreshTimer_, &QTimer::timeout, this, &ServerWindow::poll);
     refreshTimer_->start();
-    server_.addObserver(*this);
+    server_.status().addObserver(*this);
 
     displayTimer_->setInterval(1000);
     connect(displayTimer_, &QTimer::timeout, this, &ServerWindow::tick);
@@ -184,44 +184,56 @@ ServerWindow::ServerWindow(CVL_Server& server, QWidget* parent)
 }
 
 ServerWindow::~ServerWindow() {
-    server_.removeObserver(*this);
+    server_.status().removeObserver(*this);
     displayTimer_->stop();
     if (tray_ != nullptr) {
         tray_->hide();
     }
 }
 
-void ServerWindow::statusTextChanged(const std::string& text) {
-    static_cast<StatusLine*>(status_)->showStatus(toQString(text));
+void ServerWindow::statusChanged(StatusChange change) {
+    const StatusModel& status = server_.status();
+    switch (change) {
+    case StatusChange::Caption:
+        setWindowTitle(toQString(status.caption()));
+        return;
+    case StatusChange::Tip:
+        showTip();
+        return;
+    case StatusChange::StatusLine:
+        static_cast<StatusLine*>(status_)->showStatus(toQString(status.statusLine()));
+        return;
+    case StatusChange::TimeZone:
+        zone_->setText(toQString(status.timeZoneLabel()));
+        return;
+    case StatusChange::Servers:
+        refreshServers();
+        return;
+    case StatusChange::SelectedServer:
+        servers_->setCurrentIndex(status.sync().selectedServer);
+        return;
+    case StatusChange::Synchronised:
+        servers_->setToolTip(toQString(status.serverToolTip()));
+        refresh(); // the tray's icon with it, even while the window is hidden
+        return;
+    case StatusChange::Checking:
+        // A hidden window shows no activity.
+        activity_->setPixmap(activityIcon(status.checking() && isVisible()).pixmap(24, 24));
+        refresh();
+        return;
+    case StatusChange::Services:
+    case StatusChange::Unanswered: // who was asked, and whether the answer is overdue
+        refresh();
+        return;
+    case StatusChange::UpdateButton:
+        return;
+    }
 }
 
-void ServerWindow::timeZoneChanged(const std::string& zoneName) {
-    zone_->setText(QStringLiteral(" Time Zone: ") + toQString(zoneName));
-}
-
-void ServerWindow::selectedServerChanged(int index) {
-    servers_->setCurrentIndex(index);
-}
-
-void ServerWindow::syncMessageChanged(const std::string&) {
-    servers_->setToolTip(toQString(server_.timeQuery().serverToolTip()));
-    refresh(); // the tray's icon with it, even while the window is hidden
-}
-
-void ServerWindow::checkingChanged(bool checking) {
-    // A hidden window shows no activity.
-    activity_->setPixmap(activityIcon(checking && isVisible()).pixmap(24, 24));
-    refresh();
-}
-
-void ServerWindow::windowCaptionChanged(const std::string& caption) {
-    setWindowTitle(toQString(caption));
-}
-
-void ServerWindow::tipTextChanged(const std::string& visibleTip) {
+void ServerWindow::showTip() {
     refreshTrayIcon();
     if (tray_ != nullptr) {
-        tray_->setToolTip(toQString(visibleTip));
+        tray_->setToolTip(toQString(server_.status().tip()));
     }
 }
 
@@ -279,19 +291,20 @@ QWidget* ServerWindow::buildSyncPanel() {
     // The typing rule keeps the box numeric: each change drops one trailing non-digit, and
     // that drop is itself a change, so pasted letters go one after another.
     connect(syncN_, &QLineEdit::textChanged, this, [this](const QString& text) {
-        const QString kept = toQString(server_.syncNChanged(text.toStdString()));
+        const QString kept = toQString(server_.synchroniser().typeInterval(text.toStdString()));
         if (kept != text) {
             syncN_->setText(kept);
         }
     });
-    connect(syncN_, &QLineEdit::returnPressed, this, [this] { server_.syncNEntered(); });
+    connect(syncN_, &QLineEdit::returnPressed, this,
+            [this] { server_.synchroniser().enterInterval(); });
     connect(syncUnit_, &QComboBox::textActivated, this,
-            [this](const QString& unit) { server_.syncUnitChosen(unit.toStdString()); });
+            [this](const QString& unit) { server_.synchroniser().chooseUnit(unit.toStdString()); });
     connect(randomCheck_, &QCheckBox::clicked, this,
-            [this](bool on) { server_.setRandomCheck(on); });
+            [this](bool on) { server_.synchroniser().setRandomChoice(on); });
     connect(servers_, &QComboBox::activated, this,
-            [this](int index) { server_.selectServer(index); });
-    connect(syncNow, &QPushButton::clicked, this, [this] { server_.SyncTimeNow(); });
+            [this](int index) { server_.synchroniser().selectServer(index); });
+    connect(syncNow, &QPushButton::clicked, this, [this] { server_.synchroniser().syncNow(); });
     return panel;
 }
 
@@ -311,7 +324,7 @@ QWidget* ServerWindow::buildAboutPage() {
            "when random choice is on.</p>"
            "<p>Requests are logged day by day in <tt>Logs/</tt> of the program folder. A port "
            "change counts once Enter is pressed in the port box.</p>")
-            .arg(toQString(CVL_Server::fixedTitle())));
+            .arg(toQString(fixedTitle())));
     auto* layout = new QVBoxLayout(page);
     layout->addWidget(text);
     layout->addStretch();
@@ -339,13 +352,12 @@ QWidget* ServerWindow::buildAdvancedPage() {
 void ServerWindow::buildStatusBar() {
     auto* status = new StatusLine(statusBar());
     status->setObjectName(QStringLiteral("Status"));
-    status->showStatus(toQString(server_.statusText()));
+    status->showStatus(toQString(server_.status().statusLine()));
     status_ = status;
     lamps_ = new TrafficLamps(statusBar());
     clock_ = new QLabel(statusBar());
     clock_->setObjectName(QStringLiteral("Clock"));
-    zone_ = new QLabel(QStringLiteral(" Time Zone: ") + toQString(server_.timeBase().ZoneName()),
-                       statusBar());
+    zone_ = new QLabel(toQString(server_.status().timeZoneLabel()), statusBar());
     zone_->setObjectName(QStringLiteral("TimeZoneLabel"));
     statusBar()->addWidget(status_, 1);
     statusBar()->addPermanentWidget(lamps_);
@@ -354,7 +366,7 @@ void ServerWindow::buildStatusBar() {
 }
 
 void ServerWindow::buildTray() {
-    trayIconSynced_ = server_.TimeSynced();
+    trayIconSynced_ = server_.status().synchronised();
     trayIcon_ = trayIcon(trayIconSynced_);
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
         return; // without a tray the window simply minimises
@@ -366,17 +378,17 @@ void ServerWindow::buildTray() {
         raise();
         activateWindow();
     });
-    menu->addAction(tr("Synchronize Now"), this, [this] { server_.SyncTimeNow(); });
+    menu->addAction(tr("Synchronize Now"), this, [this] { server_.synchroniser().syncNow(); });
     menu->addSeparator();
     menu->addAction(tr("Exit"), qApp, &QCoreApplication::quit);
     tray_->setContextMenu(menu);
-    tray_->setToolTip(toQString(visibleTip(server_.TipText())));
+    tray_->setToolTip(toQString(server_.status().tip()));
     connect(tray_, &QSystemTrayIcon::activated, this, &ServerWindow::toggleFromTray);
     tray_->show();
 }
 
 void ServerWindow::refreshTrayIcon() {
-    const bool synced = server_.TimeSynced();
+    const bool synced = server_.status().synchronised();
     if (synced == trayIconSynced_) {
         return; // some trays flicker on every new icon
     }
@@ -404,7 +416,7 @@ void ServerWindow::startUp(bool hidden) {
     refreshSyncControls();
     if (hidden) {
         hide();
-    } else if (server_.OpenMinimized()) {
+    } else if (server_.settings().openMinimized) {
         showMinimized();
     } else {
         show();
@@ -430,8 +442,8 @@ void ServerWindow::poll() {
     }
     for (std::size_t i = 0; i < seenLampCounts_.size(); ++i) {
         const auto lamp = static_cast<Lamp>(i);
-        if (server_.lampCount(lamp) != seenLampCounts_[i]) {
-            seenLampCounts_[i] = server_.lampCount(lamp);
+        if (server_.status().lampCount(lamp) != seenLampCounts_[i]) {
+            seenLampCounts_[i] = server_.status().lampCount(lamp);
             lamps_->light(lamp);
         }
     }
@@ -454,17 +466,17 @@ void ServerWindow::refresh() {
 }
 
 void ServerWindow::showRemoteHost(int box) {
-    const RemoteHost& host = server_.remoteHost(box);
+    const ClientBox client = server_.status().clientBox(box);
     QLineEdit* edit = remoteHosts_[static_cast<std::size_t>(box)];
-    edit->setText(toQString(host.address));
-    if (!host.address.empty()) {
-        edit->setToolTip(toQString(' ' + generalDateText(host.when) + ' '));
+    edit->setText(toQString(client.address));
+    if (!client.toolTip.empty()) {
+        edit->setToolTip(toQString(client.toolTip));
     }
 }
 
 void ServerWindow::refreshServers() {
     servers_->clear();
-    const ServerList& list = server_.servers();
+    const ServerList& list = server_.synchroniser().servers();
     if (list.entries.empty()) {
         servers_->addItem(QStringLiteral("NA"));
         return;
@@ -472,11 +484,11 @@ void ServerWindow::refreshServers() {
     for (const ServerEntry& entry : list.entries) {
         servers_->addItem(flagIcon(entry.image), toQString(entry.text));
     }
-    servers_->setCurrentIndex(server_.selectedServer());
+    servers_->setCurrentIndex(server_.status().sync().selectedServer);
 }
 
 void ServerWindow::refreshSyncControls() {
-    const SyncControls& sync = server_.syncControls();
+    const SyncSettings& sync = server_.synchroniser().settings();
     syncN_->setText(toQString(sync.syncN));
     // A saved unit need not be one of the list's ("Minutes/s" is the usual one): it is shown
     // as it was saved.
@@ -488,7 +500,7 @@ void ServerWindow::refreshSyncControls() {
 }
 
 void ServerWindow::tick() {
-    clock_->setText(toQString(generalDateText(server_.localNow())));
+    clock_->setText(toQString(server_.status().clockText()));
 }
 
 void ServerWindow::changeEvent(QEvent* event) {

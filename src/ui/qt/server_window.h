@@ -4,7 +4,7 @@
 // minimising hides it there when the desktop has a tray.
 #pragma once
 
-#include "core/server_observer.h"
+#include "core/status_model.h"
 
 #include <QIcon>
 #include <QMainWindow>
@@ -22,15 +22,15 @@ class QTreeWidget;
 
 namespace cvl {
 
-class CVL_Server;
+class ServerController;
 class OverviewPage;
 class ServicePage;
 class TrafficLamps;
 
-class ServerWindow final : public QMainWindow, private ServerObserver {
+class ServerWindow final : public QMainWindow, private StatusObserver {
     Q_OBJECT
 public:
-    explicit ServerWindow(CVL_Server& server, QWidget* parent = nullptr);
+    explicit ServerWindow(ServerController& server, QWidget* parent = nullptr);
     ~ServerWindow() override;
 
     // The window's part of start-up, once the settings are read: the controls show them, the
@@ -55,17 +55,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void statusTextChanged(const std::string& text) override;
-    void timeZoneChanged(const std::string& zoneName) override;
-    void serversChanged() override { refreshServers(); }
-    void selectedServerChanged(int index) override;
-    void tipTextChanged(const std::string& visibleTip) override;
-    void syncMessageChanged(const std::string& message) override;
-    void checkingChanged(bool checking) override;
-    void windowCaptionChanged(const std::string& caption) override;
-    void serviceChanged(ServiceId) override { refresh(); }
-    // Who was asked, and whether the answer is overdue, show at once on the overview.
-    void unansweredChanged(const std::string&) override { refresh(); }
+    void statusChanged(StatusChange change) override;
+    void showTip();
 
     QWidget* buildSyncPanel();
     QWidget* buildAboutPage();
@@ -81,7 +72,7 @@ private:
     void tick();
     void toggleFromTray(QSystemTrayIcon::ActivationReason reason);
 
-    CVL_Server& server_;
+    ServerController& server_;
     QTreeWidget* tree_;
     QStackedWidget* pages_;
     OverviewPage* overview_;

@@ -1,8 +1,9 @@
 #include "ui/qt/service_page.h"
 #include "ui/qt/qt_text.h"
 
-#include "core/cvl_server.h"
-#include "log/request_log.h"
+#include "core/server_controller.h"
+#include "core/service_listeners.h"
+#include "core/service_table.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -14,49 +15,12 @@
 
 namespace cvl {
 
-QString serviceName(ServiceId id) {
-    switch (id) {
-    case ServiceId::Daytime:
-        return QObject::tr("Daytime");
-    case ServiceId::Time:
-        return QObject::tr("Time");
-    case ServiceId::Ntp:
-        return QObject::tr("NTP / SNTP");
-    case ServiceId::Unix:
-        return QObject::tr("Unix time");
-    case ServiceId::Client:
-        return QObject::tr("Client protocol");
-    }
-    return {};
-}
-
-QString serviceDescription(ServiceId id) {
-    switch (id) {
-    case ServiceId::Daytime:
-        return QObject::tr("Answers with one line of local date and time and the zone's name.");
-    case ServiceId::Time:
-        return QObject::tr("Answers with four bytes: UTC seconds since 1900.");
-    case ServiceId::Ntp:
-        return QObject::tr(
-            "Answers 48-byte NTP and SNTP requests; its UDP socket also carries this "
-            "server's own queries to its reference server.");
-    case ServiceId::Unix:
-        return QObject::tr("Answers with four bytes: UTC seconds since 1970.");
-    case ServiceId::Client:
-        return QObject::tr("Accepts connections of the Chronvale client protocol.");
-    }
-    return {};
-}
-
-QString waitingForSyncText() {
-    return QObject::tr("waiting for the first synchronisation");
-}
-
-ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
+ServicePage::ServicePage(ServerController& server, ServiceId id, QWidget* parent)
     : QWidget(parent)
     , server_(server)
     , id_(id)
-    , master_(new QCheckBox(tr("Enable the %1 service").arg(serviceName(id)), this))
+    , master_(new QCheckBox(
+          tr("Enable the %1 service").arg(toQString(server.status().service(id).name)), this))
     , tcp_(new QCheckBox(tr("TCP"), this))
     , udp_(new QCheckBox(tr("UDP"), this))
     , port_(new QLineEdit(this))
@@ -76,7 +40,7 @@ ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
     port_->setMaximumWidth(port_->fontMetrics().horizontalAdvance(QStringLiteral("0000000000")));
 
     auto* title = new QLabel(QStringLiteral("<b>%1</b>").arg(QLatin1String(row.title)), this);
-    auto* description = new QLabel(serviceDescription(id), this);
+    auto* description = new QLabel(toQString(server_.status().service(id).description), this);
     description->setWordWrap(true);
 
     auto* settings = new QGroupBox(tr("Service"), this);
@@ -125,8 +89,8 @@ ServicePage::ServicePage(CVL_Server& server, ServiceId id, QWidget* parent)
 }
 
 void ServicePage::refresh() {
-    const ServiceListeners& listeners = server_.listeners();
-    const ServiceControls& controls = listeners.controls(id_);
+    const ServiceStatus service = server_.status().service(id_);
+    const ServiceControls& controls = service.controls;
     master_->setChecked(controls.master);
     tcp_->setChecked(controls.tcp);
     udp_->setChecked(controls.udp);
@@ -136,31 +100,13 @@ void ServicePage::refresh() {
         port_->setText(toQString(controls.portText));
     }
     port_->setToolTip(toQString(controls.portToolTip));
-
-    const StreamListener& listener = listeners.tcpArray(id_).listener();
-    if (!listener.isListening()) {
-        tcpState_->setText(tr("closed"));
-    } else if (!server_.TimeSynced()) {
-        // Clients wait in the backlog until the clock has been set: not "listening" to them.
-        tcpState_->setText(tr("port %1: %2").arg(listener.serverPort()).arg(waitingForSyncText()));
-    } else {
-        tcpState_->setText(tr("listening on port %1").arg(listener.serverPort()));
-    }
-    udpState_->setText(listeners.udpBound(id_)
-                           ? tr("bound to port %1").arg(listeners.udpSocket(id_).localPort())
-                           : tr("closed"));
-    const ServiceRow& row = serviceRow(id_);
-    tcpCount_->setText(row.countsTcpAccepts ? QString::number(listeners.tcpRequests(id_).value())
-                                            : tr("not counted"));
-    udpCount_->setText(QString::number(listeners.udpRequests(id_).value()));
-    const RemoteHost& client = server_.remoteHost(row.remoteHostBox);
-    lastClient_->setText(
-        client.address.empty()
-            ? tr("none yet")
-            : tr("%1, at %2")
-                  .arg(toQString(client.address), toQString(generalDateText(client.when))));
+    tcpState_->setText(toQString(service.tcpState));
+    udpState_->setText(toQString(service.udpState));
+    tcpCount_->setText(toQString(service.tcpRequests));
+    udpCount_->setText(toQString(service.udpRequests));
+    lastClient_->setText(toQString(service.lastClient));
     if (ntpMs_ != nullptr) {
-        ntpMs_->setText(QStringLiteral("NTPms ") + QString::number(server_.lastNtpMilliseconds()));
+        ntpMs_->setText(toQString(service.lastReply));
     }
 }
 

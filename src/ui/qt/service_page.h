@@ -13,18 +13,18 @@ class QLineEdit;
 
 namespace cvl {
 
-class CVL_Server;
+class ServerController;
 
 class ServicePage final : public QWidget {
     Q_OBJECT
 public:
-    ServicePage(CVL_Server& server, ServiceId id, QWidget* parent = nullptr);
+    ServicePage(ServerController& server, ServiceId id, QWidget* parent = nullptr);
 
     [[nodiscard]] ServiceId service() const { return id_; }
     void refresh();
 
 private:
-    CVL_Server& server_;
+    ServerController& server_;
     ServiceId id_;
     QCheckBox* master_;
     QCheckBox* tcp_;
@@ -37,11 +37,5 @@ private:
     QLabel* lastClient_;
     QLabel* ntpMs_ = nullptr; // the NTP service's page only
 };
-
-// What each service is, in a sentence, for its page.
-[[nodiscard]] QString serviceDescription(ServiceId id);
-[[nodiscard]] QString serviceName(ServiceId id);
-// What a TCP listener says while it holds its clients back for the first synchronisation.
-[[nodiscard]] QString waitingForSyncText();
 
 } // namespace cvl
