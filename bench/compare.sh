@@ -6,12 +6,19 @@
 #
 #   bench/compare.sh [SECONDS_PER_RUN] [ROUNDS] [log-off]   (default 5 s, 3 rounds; as root)
 #
-# With "log-off" the server keeps its request log switched off in memory (a switch for the
-# benchmarks only), so that the price of writing a record per request shows by comparison.
+# Each round first loads two minimal NTP responders (bench/ntp-responder) the same way as the
+# server: the plain one shows what the load generator can drive, the one that writes a record
+# per reply what a request log leaves. A plain responder less than 1.5 times as fast as the
+# fastest server means the load, not the servers, set the rates: the run is marked load-bound
+# and gives no ratios.
 #
-# Needs: a build in build/ (cmake --build build; CHRONVALE_BUILD_DIR names another), iproute2, util-linux (taskset); chronyd and
-# inetd are compared when installed. Never sets the clock: the server runs with
-# --no-set-clock and CHRONVALE_NO_SET_CLOCK=1, chronyd with -x.
+# With "log-off" the server measured is bench/chronvale-server-log-off, the same program with
+# its request log switched off, so that the price of writing a record per request shows by
+# comparison.
+#
+# Needs: a build in build/ (cmake --build build; CHRONVALE_BUILD_DIR names another), iproute2,
+# util-linux (taskset); chronyd and inetd are compared when installed. Never sets the clock:
+# the server runs with --no-set-clock and CHRONVALE_NO_SET_CLOCK=1, chronyd with -x.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-5}
@@ -21,16 +28,26 @@ log_mode=${3:-log-on}
 root=$PWD
 build=${CHRONVALE_BUILD_DIR:-$root/build}
 loadgen=$build/bench/loadgen
+responder_bin=$build/bench/ntp-responder
 server=$build/src/app/chronvale-server
-[[ -x $loadgen && -x $server ]] || { echo "build first: cmake --build build" >&2; exit 2; }
+[[ $log_mode == log-off ]] && server=$build/bench/chronvale-server-log-off
+[[ -x $loadgen && -x $responder_bin ]] ||
+  { echo "build first: cmake --build $build --target loadgen ntp-responder" >&2; exit 2; }
+if [[ ! -x $server && $log_mode == log-off ]]; then
+  echo "log-off needs $server (the server with its request log switched off); this build has none" >&2
+  exit 2
+fi
+[[ -x $server ]] || { echo "build first: cmake --build $build --target chronvale-server" >&2; exit 2; }
 
 work=$(mktemp -d)
 ns=cvlbench$$
 pids=()
-cvl="" chrony="" inetd="" responder=""
+cvl="" chrony="" inetd="" responder="" plain="" logged=""
 cleanup() {
   # `ip netns exec` may fork: the processes found by name are ended as well as their launchers.
-  for pid in "${pids[@]}" ${cvl:-} ${chrony:-} ${inetd:-} ${responder:-}; do kill "$pid" 2>/dev/null || true; done
+  for pid in "${pids[@]}" ${cvl:-} ${chrony:-} ${inetd:-} ${responder:-} ${plain:-} ${logged:-}; do
+    kill "$pid" 2>/dev/null || true
+  done
   wait 2>/dev/null || true
   ip netns delete "$ns" 2>/dev/null || true
   rm -rf "$work"
@@ -39,12 +56,13 @@ trap cleanup EXIT INT TERM
 ip netns add "$ns"
 ip netns exec "$ns" ip link set lo up
 inns() { ip netns exec "$ns" "$@"; }
-# The process whose command line mentions $2 and whose name is $1 (not its launcher).
+# The process whose command line mentions $2 and whose name is $1 (not its launcher). The
+# kernel keeps only the first 15 bytes of a program's name, so only those are compared.
 pid_of() {
-  local pid
+  local pid name=${1:0:15}
   for _ in $(seq 50); do
     for pid in $(pgrep -f -- "$2"); do
-      [[ $(cat "/proc/$pid/comm" 2>/dev/null) == "$1"* ]] && { echo "$pid"; return; }
+      [[ $(cat "/proc/$pid/comm" 2>/dev/null) == "$name" ]] && { echo "$pid"; return; }
     done
     sleep 0.1
   done
@@ -52,7 +70,7 @@ pid_of() {
 }
 
 # --- the servers -----------------------------------------------------------------------------
-mkdir -p "$work/data"
+mkdir -p "$work/data" "$work/home" "$work/xdg"
 printf 'h\r\nh\r\nh\r\nh\r\nh\r\n127.0.0.1:::Loopback NA:::2:::\r\n' > "$work/data/QBK_CVLS4.CVL"
 cat > "$work/settings.conf" <<CONF
 [General]
@@ -65,15 +83,22 @@ CVL3777=NO:YES:NO:3777
 CONF
 inns taskset -c 1 "$loadgen" --respond 1999 & pids+=($!)
 responder=$(pid_of loadgen "--respond 1999")
-inns env CHRONVALE_NO_SET_CLOCK=1 XDG_CONFIG_HOME="$work/xdg" \
-  CHRONVALE_BENCH_LOG_OFF=$([[ $log_mode == log-off ]] && echo 1 || echo 0) taskset -c 0 "$server" --headless \
+inns env CHRONVALE_NO_SET_CLOCK=1 HOME="$work/home" XDG_CONFIG_HOME="$work/xdg" \
+  taskset -c 0 "$server" --headless \
   --no-set-clock --settings "$work/settings.conf" --data-dir "$work/data" --reference-port 1999 \
   2> "$work/server.err" & pids+=($!)
-cvl=$(pid_of chronvale-serv "$work/settings.conf")
+cvl=$(pid_of "$(basename "$server")" "$work/settings.conf")
 for _ in $(seq 50); do grep -q Synchronized "$work/server.err" && break; sleep 0.1; done
 grep -q Synchronized "$work/server.err" || { echo "server did not synchronise" >&2; exit 1; }
 rss() { awk '/VmRSS/{print $2}' "/proc/$1/status"; }
 cvl_idle_rss=$(rss "$cvl")
+
+# The two minimal responders, on the servers' core: one only answers, one also appends a
+# record per reply to a file in a folder of its own.
+inns taskset -c 0 "$responder_bin" --port 2123 & pids+=($!)
+plain=$(pid_of ntp-responder "--port 2123")
+inns taskset -c 0 "$responder_bin" --port 2124 --log "$work/responder-log" & pids+=($!)
+logged=$(pid_of ntp-responder "--port 2124")
 
 chrony=""
 if command -v chronyd >/dev/null; then
@@ -118,10 +143,16 @@ run() {
   total_ok[$label]=$(( ${total_ok[$label]:-0} + ok ))
   runs[$label]=$(( ${runs[$label]:-0} + 1 ))
 }
+per_run() { echo $(( ${total_rps[$1]:-0} / (${runs[$1]:-1}) )); }
+# The same NTP load for the servers and the responders, so that the responders' rates bound theirs.
+ntp_load=(--proto ntp --window 64)
 for round in $(seq "$rounds"); do
   echo "round $round of $rounds" >&2
-  run "cvl ntp udp" "$cvl" --port 1123 --proto ntp --window 64
-  [[ -n $chrony ]] && run "chronyd ntp udp" "$chrony" --port 123 --proto ntp --window 64
+  run "responder ntp udp" "$plain" --port 2123 "${ntp_load[@]}"
+  run "resp+log ntp udp" "$logged" --port 2124 "${ntp_load[@]}"
+  echo "  responders: $(per_run "responder ntp udp")/s plain, $(per_run "resp+log ntp udp")/s with the log (mean so far)" >&2
+  run "cvl ntp udp" "$cvl" --port 1123 "${ntp_load[@]}"
+  [[ -n $chrony ]] && run "chronyd ntp udp" "$chrony" --port 123 "${ntp_load[@]}"
   run "cvl ntp paced" "$cvl" --port 1123 --proto ntp --rate 10000
   [[ -n $chrony ]] && run "chronyd ntp paced" "$chrony" --port 123 --proto ntp --rate 10000
   for proto in time daytime; do
@@ -135,7 +166,7 @@ for round in $(seq "$rounds"); do
   run "cvl unix udp" "$cvl" --port 1519 --proto unix --window 64
 done
 # Ten seconds of full load, then the server's memory.
-inns taskset -c 1 "$loadgen" --target 127.0.0.1 --seconds 10 --port 1123 --proto ntp --window 64 >/dev/null
+inns taskset -c 1 "$loadgen" --target 127.0.0.1 --seconds 10 --port 1123 "${ntp_load[@]}" >/dev/null
 cvl_load_rss=$(rss "$cvl")
 
 # --- the table -----------------------------------------------------------------------------
@@ -157,24 +188,47 @@ ratio() { # ours theirs field
   [[ $a -gt 0 && $b -gt 0 ]] || { echo "-"; return; }
   awk -v x="$3" -v y="$4" 'BEGIN{ if (y > 0) printf "%.2f", x/y; else print "-" }'
 }
+# The load check: the plain responder does next to nothing per request, so unless it answers
+# well beyond the fastest server, the generator rather than the servers set the rates.
+fastest_label="cvl ntp udp"
+[[ -n $chrony && $(per_run "chronyd ntp udp") -gt $(per_run "cvl ntp udp") ]] && fastest_label="chronyd ntp udp"
+fastest=$(per_run "$fastest_label")
+plain_rps=$(per_run "responder ntp udp")
+headroom=$(awk -v r="$plain_rps" -v f="$fastest" 'BEGIN{ printf "%.2f", (f > 0 ? r/f : 0) }')
+load_bound=$(awk -v r="$plain_rps" -v f="$fastest" 'BEGIN{ print ((r < 1.5 * f || f <= 0) ? 1 : 0) }')
 echo
 echo "Loopback, ${seconds} s a run, ${rounds} rounds, request log ${log_mode#log-}; server on core 0, load on core 1; $(date -u +%Y-%m-%d), $(nproc) cores, $(uname -r)"
 echo
+echo "Minimal responders, same NTP load: $plain_rps replies/s plain, $(per_run "resp+log ntp udp") replies/s with a log record per reply"
+if [[ $fastest -le 0 ]]; then
+  echo "load-bound: no server answered NTP over UDP, so there is nothing to weigh the load against and no ratios are given"
+elif [[ $load_bound == 1 ]]; then
+  echo "load-bound: the plain responder answers only ${headroom}x the fastest server ($fastest_label, $fastest/s), less than 1.5x: the load generator set these rates, so no ratios are given"
+else
+  echo "Load check: the plain responder answers ${headroom}x the fastest server ($fastest_label, $fastest/s), at least 1.5x: the servers set these rates"
+fi
+echo
 echo "| run                | replies/s | loss % | p50 µs  | p99 µs  | CPU µs/reply |"
 echo "|--------------------|-----------|--------|---------|---------|--------------|"
-for label in "cvl ntp udp" "chronyd ntp udp" "cvl ntp paced" "chronyd ntp paced" \
+for label in "responder ntp udp" "resp+log ntp udp" \
+             "cvl ntp udp" "chronyd ntp udp" "cvl ntp paced" "chronyd ntp paced" \
              "cvl time tcp" "inetd time tcp" "cvl time udp" \
              "cvl daytime tcp" "inetd daytime tcp" "cvl daytime udp" \
              "cvl unix tcp" "cvl unix udp"; do
   row "$label"
 done
 echo
-per_run() { echo $(( ${total_rps[$1]:-0} / (${runs[$1]:-1}) )); }
 cpu_per() { awk -v c="${total_cpu[$1]:-0}" -v o="${total_ok[$1]:-0}" 'BEGIN{ if (o > 0) printf "%.2f", c/o; else print 0 }'; }
 p99_of() { median "${all_p99[$1]:-}"; }
-echo "Ratios (this server / the other, same run):"
-echo "- NTP UDP replies/s vs chronyd: $(ratio "cvl ntp udp" "chronyd ntp udp" "$(per_run "cvl ntp udp")" "$(per_run "chronyd ntp udp")")"
-echo "- NTP paced 10000/s, p99 latency vs chronyd: $(ratio "cvl ntp paced" "chronyd ntp paced" "$(p99_of "cvl ntp paced")" "$(p99_of "chronyd ntp paced")")"
-echo "- Time TCP CPU per connection vs inetd: $(ratio "cvl time tcp" "inetd time tcp" "$(cpu_per "cvl time tcp")" "$(cpu_per "inetd time tcp")")"
-echo "- Daytime TCP CPU per connection vs inetd: $(ratio "cvl daytime tcp" "inetd daytime tcp" "$(cpu_per "cvl daytime tcp")" "$(cpu_per "inetd daytime tcp")")"
+if [[ $load_bound == 1 ]]; then
+  echo "Ratios: none, the run is load-bound (see above)."
+else
+  echo "Ratios (this server / the other, same run):"
+  echo "- NTP UDP replies/s vs chronyd: $(ratio "cvl ntp udp" "chronyd ntp udp" "$(per_run "cvl ntp udp")" "$(per_run "chronyd ntp udp")")"
+  echo "- NTP UDP replies/s vs the responder with a log (the ceiling a record per request allows): $(ratio "cvl ntp udp" "resp+log ntp udp" "$(per_run "cvl ntp udp")" "$(per_run "resp+log ntp udp")")"
+  echo "- NTP UDP replies/s vs the plain responder: $(ratio "cvl ntp udp" "responder ntp udp" "$(per_run "cvl ntp udp")" "$(per_run "responder ntp udp")")"
+  echo "- NTP paced 10000/s, p99 latency vs chronyd: $(ratio "cvl ntp paced" "chronyd ntp paced" "$(p99_of "cvl ntp paced")" "$(p99_of "chronyd ntp paced")")"
+  echo "- Time TCP CPU per connection vs inetd: $(ratio "cvl time tcp" "inetd time tcp" "$(cpu_per "cvl time tcp")" "$(cpu_per "inetd time tcp")")"
+  echo "- Daytime TCP CPU per connection vs inetd: $(ratio "cvl daytime tcp" "inetd daytime tcp" "$(cpu_per "cvl daytime tcp")" "$(cpu_per "inetd daytime tcp")")"
+fi
 echo "- Resident memory of the headless server: ${cvl_idle_rss} kB idle, ${cvl_load_rss} kB after 10 s of full load"

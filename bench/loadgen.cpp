@@ -5,8 +5,11 @@
 //
 //   loadgen --port P --proto ntp|time|daytime|unix [--tcp] [--seconds S]
 //           [--window W]        UDP closed loop: W requests in flight (default 64)
+//           [--sockets N]       UDP closed loop, NTP: the window spread over N sockets, each
+//                               with many requests in flight (default 4); the other services
+//                               keep one request in flight on each of W sockets
 //           [--timeout-ms T]    UDP closed loop: a request unanswered after T ms is lost and
-//                               its slot asks again (default 10)
+//                               is asked again (default 10)
 //           [--rate R]          UDP paced open loop: R requests/s (NTP only)
 //           [--concurrency C]   TCP: C connections at once (default 32)
 //   loadgen --respond P         a reference server on 127.0.0.1:P (answers NTP with this clock)
@@ -14,8 +17,10 @@
 // Prints one line: key=value pairs (requests/s, loss, p50/p99 latency in microseconds).
 #include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -51,6 +56,7 @@ struct Options {
     int respondPort = 0;
     double seconds = 5;
     int window = 64;
+    int sockets = 4;
     // Short, because the server answers nothing in the last millisecond of each second (that
     // stamp overflows): with a long wait the whole window would stall and the run would
     // measure the timeout instead of the server. Loopback replies come within about 1 ms.
@@ -146,11 +152,177 @@ std::uint64_t ntpOriginate(const unsigned char* reply) {
     return (std::uint64_t{readBe32(reply + 24)} << 32) | readBe32(reply + 28);
 }
 
-// UDP, closed loop: `window` sockets, each with one request in flight.
-void udpClosedLoop(const Options& o) {
+// Replies are taken and requests given in batches of this many per system call: at a few
+// hundred thousand a second the calls, not the sockets, are what a generator runs out of.
+constexpr unsigned kBatch = 64;
+// A request's tag: which slot sent it (low bits) and a count that makes each sending unique.
+constexpr unsigned kSlotBits = 20;
+constexpr int kMaxWindow = 1 << 16;
+
+// Datagrams for one sendmmsg or recvmmsg call, to and from connected sockets.
+struct Batch {
+    static constexpr std::size_t kBytes = 128; // a longer reply is wrong anyway: seen as cut
+    std::array<mmsghdr, kBatch> headers{};
+    std::array<iovec, kBatch> vectors{};
+    std::array<std::array<unsigned char, kBytes>, kBatch> buffers{};
+
+    Batch() {
+        for (unsigned i = 0; i < kBatch; ++i) {
+            vectors[i] = {buffers[i].data(), kBytes};
+            headers[i].msg_hdr.msg_iov = &vectors[i];
+            headers[i].msg_hdr.msg_iovlen = 1;
+        }
+    }
+    // Ready to receive: full-size buffers, flags cleared.
+    void prepareReceive() {
+        for (unsigned i = 0; i < kBatch; ++i) {
+            vectors[i].iov_len = kBytes;
+            headers[i].msg_hdr.msg_flags = 0;
+            headers[i].msg_len = 0;
+        }
+    }
+};
+
+// UDP, closed loop, NTP: `window` requests in flight, spread over `sockets` sockets, sent and
+// taken in batches. A reply names its request by the echoed transmit timestamp, so many
+// requests can share a socket and each one's latency is its own.
+void udpNtpClosedLoop(const Options& o) {
+    struct Slot {
+        std::uint64_t tag = 0;
+        std::int64_t sentAt = 0;
+        bool inFlight = false;
+    };
+    const auto window = static_cast<std::size_t>(o.window);
+    const auto sockets = static_cast<std::size_t>(std::clamp(o.sockets, 1, o.window));
+    std::vector<Slot> slots(window);
+    std::vector<int> fds(sockets);
+    // Per socket, the slots whose request is to be sent next (slot i belongs to socket i % n).
+    std::vector<std::vector<std::uint32_t>> due(sockets);
+    const int epoll = ::epoll_create1(EPOLL_CLOEXEC);
+    for (std::size_t s = 0; s < sockets; ++s) {
+        fds[s] = udpSocket(o.port, true);
+        epoll_event event{};
+        event.events = EPOLLIN;
+        event.data.u64 = s;
+        ::epoll_ctl(epoll, EPOLL_CTL_ADD, fds[s], &event);
+    }
+    for (std::uint32_t i = 0; i < window; ++i) {
+        due[i % sockets].push_back(i);
+    }
+    Stats stats;
+    std::uint64_t nextCount = 1;
+    Batch out;
+    Batch in;
+    std::vector<epoll_event> events(sockets);
+    const std::uint64_t slotMask = (std::uint64_t{1} << kSlotBits) - 1;
+    const auto sendDue = [&](std::size_t s) {
+        std::vector<std::uint32_t>& queue = due[s];
+        std::size_t done = 0;
+        while (done < queue.size()) {
+            const auto count =
+                static_cast<unsigned>(std::min<std::size_t>(kBatch, queue.size() - done));
+            for (unsigned m = 0; m < count; ++m) {
+                Slot& slot = slots[queue[done + m]];
+                slot.tag = (nextCount++ << kSlotBits) | queue[done + m];
+                out.vectors[m].iov_len = makeRequest(o, slot.tag, out.buffers[m].data());
+            }
+            // Stamped before the call: a request later in the batch is charged the time the
+            // earlier ones took to go, never less than its own.
+            const std::int64_t now = nowUs();
+            const int sent = ::sendmmsg(fds[s], out.headers.data(), count, MSG_DONTWAIT);
+            if (sent <= 0) {
+                break; // a full buffer or an earlier refusal: these go on the next pass
+            }
+            for (int m = 0; m < sent; ++m) {
+                Slot& slot = slots[queue[done + static_cast<std::size_t>(m)]];
+                slot.sentAt = now;
+                slot.inFlight = true;
+            }
+            stats.sent += sent;
+            done += static_cast<std::size_t>(sent);
+        }
+        queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(done));
+    };
+    const auto receive = [&](std::size_t s) {
+        for (int calls = 0; calls < 64; ++calls) { // bounded: the other sockets get their turn
+            in.prepareReceive();
+            const int got = ::recvmmsg(fds[s], in.headers.data(), kBatch, MSG_DONTWAIT, nullptr);
+            // Stamped after the call: a reply that waited in the buffer is charged its wait.
+            const std::int64_t now = nowUs();
+            if (got <= 0) {
+                return;
+            }
+            for (int m = 0; m < got; ++m) {
+                const mmsghdr& header = in.headers[static_cast<std::size_t>(m)];
+                const unsigned char* reply = in.buffers[static_cast<std::size_t>(m)].data();
+                if (header.msg_len != 48 || (header.msg_hdr.msg_flags & MSG_TRUNC) != 0) {
+                    ++stats.bad;
+                    continue;
+                }
+                const std::uint64_t tag = ntpOriginate(reply);
+                const std::uint64_t index = tag & slotMask;
+                const std::uint64_t count = tag >> kSlotBits;
+                if (index >= window || index % sockets != s || count == 0 || count >= nextCount) {
+                    ++stats.bad; // no request of ours ever carried this stamp on this socket
+                    continue;
+                }
+                Slot& slot = slots[index];
+                if (!slot.inFlight || slot.tag != tag) {
+                    continue; // a late reply to a request already given up as lost
+                }
+                ++stats.ok;
+                stats.latencyUs.push_back(static_cast<std::uint32_t>(now - slot.sentAt));
+                slot.inFlight = false;
+                due[s].push_back(static_cast<std::uint32_t>(index));
+            }
+            if (static_cast<unsigned>(got) < kBatch) {
+                return;
+            }
+        }
+    };
+    const std::int64_t start = nowUs();
+    const auto end = start + static_cast<std::int64_t>(o.seconds * 1e6);
+    const std::int64_t timeoutUs = std::int64_t{o.timeoutMs} * 1000;
+    std::int64_t lastSweep = start;
+    while (nowUs() < end) {
+        bool waiting = false;
+        for (std::size_t s = 0; s < sockets; ++s) {
+            sendDue(s);
+            waiting = waiting || !due[s].empty();
+        }
+        // A millisecond at most asleep, so that lost requests are noticed and asked again.
+        const int n =
+            ::epoll_wait(epoll, events.data(), static_cast<int>(events.size()), waiting ? 0 : 1);
+        for (int e = 0; e < n; ++e) {
+            receive(events[static_cast<std::size_t>(e)].data.u64);
+        }
+        const std::int64_t now = nowUs();
+        if (now - lastSweep >= 1000) {
+            lastSweep = now;
+            for (std::uint32_t i = 0; i < window; ++i) {
+                Slot& slot = slots[i];
+                if (slot.inFlight && now - slot.sentAt > timeoutUs) { // give up on it: lost
+                    ++stats.lost;
+                    slot.inFlight = false;
+                    due[i % sockets].push_back(i);
+                }
+            }
+        }
+    }
+    stats.print(o, "closed", static_cast<double>(nowUs() - start) / 1e6);
+    for (const int fd : fds) {
+        ::close(fd);
+    }
+    ::close(epoll);
+}
+
+// UDP, closed loop, Time, Daytime and Unix: their requests carry nothing a reply could name,
+// and a Time reply may come in pieces, so each of `window` sockets keeps one request in flight
+// and a reply is the one to its socket's request. A request given up as lost is asked again
+// from a new socket, so that its late reply cannot pass for the next one's.
+void udpPlainClosedLoop(const Options& o) {
     struct Slot {
         int fd;
-        std::uint64_t tag = 0;
         std::int64_t sentAt = 0;
         unsigned char got[8]{};
         std::size_t gotBytes = 0;
@@ -158,22 +330,23 @@ void udpClosedLoop(const Options& o) {
     const int epoll = ::epoll_create1(EPOLL_CLOEXEC);
     std::vector<Slot> slots(static_cast<std::size_t>(o.window));
     Stats stats;
-    std::uint64_t nextTag = 1;
     const auto send = [&](Slot& slot) {
         unsigned char request[48];
-        slot.tag = nextTag++;
         slot.gotBytes = 0;
-        const std::size_t size = makeRequest(o, slot.tag, request);
+        const std::size_t size = makeRequest(o, 0, request);
         slot.sentAt = nowUs();
         ::send(slot.fd, request, size, 0);
         ++stats.sent;
     };
-    for (std::size_t i = 0; i < slots.size(); ++i) {
+    const auto open = [&](std::size_t i) {
         slots[i].fd = udpSocket(o.port, true);
         epoll_event event{};
         event.events = EPOLLIN;
         event.data.u64 = i;
         ::epoll_ctl(epoll, EPOLL_CTL_ADD, slots[i].fd, &event);
+    };
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        open(i);
         send(slots[i]);
     }
     const std::int64_t start = nowUs();
@@ -182,23 +355,18 @@ void udpClosedLoop(const Options& o) {
     while (nowUs() < end) {
         const int n = ::epoll_wait(epoll, events.data(), static_cast<int>(events.size()),
                                    std::max(1, o.timeoutMs / 4));
-        const std::int64_t now = nowUs();
         for (int e = 0; e < n; ++e) {
             Slot& slot = slots[events[static_cast<std::size_t>(e)].data.u64];
             unsigned char reply[2048];
-            for (;;) {
+            for (int reads = 0; reads < 64; ++reads) {
                 const ssize_t size = ::recv(slot.fd, reply, sizeof reply, 0);
+                const std::int64_t now = nowUs();
                 if (size < 0) {
                     break;
                 }
                 bool complete = false;
                 bool right = false;
-                if (o.proto == "ntp") {
-                    if (size != 48 || ntpOriginate(reply) != slot.tag) {
-                        continue; // a late reply to an earlier request
-                    }
-                    complete = right = true;
-                } else if (o.proto == "daytime") {
+                if (o.proto == "daytime") {
                     complete = true;
                     right = size > 0 &&
                             std::memchr(reply, ',', static_cast<std::size_t>(size)) != nullptr;
@@ -211,60 +379,97 @@ void udpClosedLoop(const Options& o) {
                 }
                 if (complete) {
                     (right ? stats.ok : stats.bad)++;
-                    stats.latencyUs.push_back(static_cast<std::uint32_t>(now - slot.sentAt));
+                    stats.latencyUs.push_back(
+                        static_cast<std::uint32_t>(std::max<std::int64_t>(0, now - slot.sentAt)));
+                    // Whatever else came is more than one reply: wrong, and not the next one's.
+                    for (int extra = 0; extra < 64 && ::recv(slot.fd, reply, sizeof reply, 0) >= 0;
+                         ++extra) {
+                        ++stats.bad;
+                    }
                     send(slot);
+                    break;
                 }
             }
         }
-        for (Slot& slot : slots) {
-            if (now - slot.sentAt > std::int64_t{o.timeoutMs} * 1000) { // give up on it: lost
+        const std::int64_t now = nowUs();
+        for (std::size_t i = 0; i < slots.size(); ++i) {
+            if (now - slots[i].sentAt > std::int64_t{o.timeoutMs} * 1000) { // give up: lost
                 ++stats.lost;
-                send(slot);
+                ::close(slots[i].fd);
+                open(i);
+                send(slots[i]);
             }
         }
     }
     stats.print(o, "closed", static_cast<double>(nowUs() - start) / 1e6);
 }
 
-// UDP, paced: one socket sending NTP requests at a fixed rate; replies matched by their tag.
+// UDP, paced: one socket sending NTP requests at a fixed rate, those falling due together in
+// one call; replies matched by their tag.
 void udpPaced(const Options& o) {
+    struct Sent {
+        std::uint64_t tag = 0;
+        std::int64_t at = 0;
+    };
+    // A reply later than this many requests is counted wrong; at a million a second, a second.
+    constexpr std::size_t kRing = std::size_t{1} << 20;
     const int fd = udpSocket(o.port, true);
     Stats stats;
-    std::vector<std::int64_t> sentAt;
+    std::vector<Sent> ring(kRing);
+    Batch out;
+    Batch in;
     const double intervalUs = 1e6 / o.rate;
+    const auto planned = static_cast<std::int64_t>(std::ceil(o.seconds * o.rate));
     const std::int64_t start = nowUs();
-    const auto end = start + static_cast<std::int64_t>(o.seconds * 1e6);
     const auto drain = [&] {
-        unsigned char reply[2048];
-        while (true) {
-            const ssize_t size = ::recv(fd, reply, sizeof reply, 0);
-            if (size < 0) {
+        for (int calls = 0; calls < 64; ++calls) {
+            in.prepareReceive();
+            const int got = ::recvmmsg(fd, in.headers.data(), kBatch, MSG_DONTWAIT, nullptr);
+            const std::int64_t now = nowUs();
+            if (got <= 0) {
                 return;
             }
-            const std::uint64_t tag = size == 48 ? ntpOriginate(reply) : 0;
-            if (tag >= 1 && tag <= sentAt.size() && sentAt[tag - 1] != 0) {
-                stats.latencyUs.push_back(static_cast<std::uint32_t>(nowUs() - sentAt[tag - 1]));
-                sentAt[tag - 1] = 0;
-                ++stats.ok;
-            } else {
-                ++stats.bad;
+            for (int m = 0; m < got; ++m) {
+                const mmsghdr& header = in.headers[static_cast<std::size_t>(m)];
+                const std::uint64_t tag =
+                    header.msg_len == 48 && (header.msg_hdr.msg_flags & MSG_TRUNC) == 0
+                        ? ntpOriginate(in.buffers[static_cast<std::size_t>(m)].data())
+                        : 0;
+                Sent& sent = ring[tag & (kRing - 1)];
+                if (tag != 0 && sent.tag == tag && sent.at != 0) {
+                    stats.latencyUs.push_back(static_cast<std::uint32_t>(now - sent.at));
+                    sent.at = 0;
+                    ++stats.ok;
+                } else {
+                    ++stats.bad;
+                }
+            }
+            if (static_cast<unsigned>(got) < kBatch) {
+                return;
             }
         }
     };
-    while (true) {
-        const std::int64_t due =
-            start + static_cast<std::int64_t>(static_cast<double>(stats.sent) * intervalUs);
-        if (due >= end) {
-            break;
+    while (stats.sent < planned) {
+        const std::int64_t now = nowUs();
+        // Every request whose time has come, not only the next: a slow pass must not lower the
+        // rate asked for.
+        const auto dueNow = std::min<std::int64_t>(
+            planned, static_cast<std::int64_t>(static_cast<double>(now - start) / intervalUs) + 1);
+        const auto count =
+            static_cast<unsigned>(std::min<std::int64_t>(kBatch, dueNow - stats.sent));
+        if (count > 0) {
+            for (unsigned m = 0; m < count; ++m) {
+                const auto tag = static_cast<std::uint64_t>(stats.sent + m + 1);
+                out.vectors[m].iov_len = makeRequest(o, tag, out.buffers[m].data());
+            }
+            const std::int64_t sentAt = nowUs();
+            const int sent = ::sendmmsg(fd, out.headers.data(), count, MSG_DONTWAIT);
+            for (int m = 0; m < sent; ++m) {
+                const auto tag = static_cast<std::uint64_t>(stats.sent + m + 1);
+                ring[tag & (kRing - 1)] = {tag, sentAt};
+            }
+            stats.sent += std::max(0, sent);
         }
-        while (nowUs() < due) {
-            drain();
-        }
-        unsigned char request[48];
-        const std::size_t size = makeRequest(o, sentAt.size() + 1, request);
-        sentAt.push_back(nowUs());
-        ::send(fd, request, size, 0);
-        ++stats.sent;
         drain();
     }
     const std::int64_t grace = nowUs() + 200000;
@@ -425,7 +630,9 @@ int main(int argc, char* argv[]) {
         } else if (word == "--seconds") {
             o.seconds = std::atof(value());
         } else if (word == "--window") {
-            o.window = std::max(1, std::atoi(value()));
+            o.window = std::clamp(std::atoi(value()), 1, kMaxWindow);
+        } else if (word == "--sockets") {
+            o.sockets = std::clamp(std::atoi(value()), 1, kMaxWindow);
         } else if (word == "--timeout-ms") {
             o.timeoutMs = std::clamp(std::atoi(value()), 1, 10000);
         } else if (word == "--rate") {
@@ -448,12 +655,19 @@ int main(int argc, char* argv[]) {
         return 2;
     }
     o.seconds = std::min(o.seconds, 120.0); // bounded, whatever is asked
+    o.rate = std::min(o.rate, 2e6);
+    if (o.rate > 0 && !o.tcp && o.proto != "ntp") {
+        std::fprintf(stderr, "loadgen: --rate paces NTP only\n");
+        return 2;
+    }
     if (o.tcp) {
         tcpLoad(o);
     } else if (o.rate > 0) {
         udpPaced(o);
+    } else if (o.proto == "ntp") {
+        udpNtpClosedLoop(o);
     } else {
-        udpClosedLoop(o);
+        udpPlainClosedLoop(o);
     }
     return 0;
 }
