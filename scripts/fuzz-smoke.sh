@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds="${FUZZ_SECONDS:-30}"
 targets=(fuzz_ntp_datagram fuzz_time_datagram fuzz_server_file fuzz_update_response
-         fuzz_settings_value fuzz_registry_path)
+         fuzz_settings_value)
 
 cmake --preset fuzz
 cmake --build --preset fuzz

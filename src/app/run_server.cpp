@@ -2,6 +2,7 @@
 
 #include "core/server_controller.h"
 #include "platform/single_instance.h"
+#include "platform/stderr_prompter.h"
 #include "platform/system_platform.h"
 
 #include <cstdio>
@@ -70,6 +71,9 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd,
     system->onRequests([&frontEnd, &loop] { frontEnd.quit(loop); },
                        [&server] { server.synchroniser().requestSync(); });
 
+    server.diagnostics().setSink([](Severity severity, const std::string& text) {
+        writeStderrLine(std::string(severityName(severity)) + ": " + text);
+    });
     frontEnd.build(server);
     server.start([&] { frontEnd.startUp(line.startHidden); });
     if (afterStart) {

@@ -1,8 +1,8 @@
 #include "core/server_controller.h"
 
-#include "core/registry.h"
 #include "core/service_listeners.h"
 #include "core/serving_context.h"
+#include "core/settings_access.h"
 #include "log/request_log.h"
 #include "platform/autostart.h"
 #include "platform/host_info.h"
@@ -14,6 +14,8 @@
 #include "services/unix_time_service.h"
 #include "sync/synchroniser.h"
 
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace cvl {
@@ -21,12 +23,12 @@ namespace cvl {
 ServerController::ServerController(const Platform& platform, ServerOptions options)
     : platform_(platform)
     , options_(std::move(options))
-    , registry_(std::make_unique<Registry>(platform.settings))
+    , settingsAccess_(std::make_unique<SettingsAccess>(platform.settings))
     , timeBase_(platform.clock, platform.timeZone)
-    , listeners_(std::make_unique<ServiceListeners>(platform.loop))
+    , listeners_(std::make_unique<ServiceListeners>(platform.loop, &diagnostics_))
     , synchroniser_(std::make_unique<Synchroniser>(platform.loop, platform.clock, timeBase_,
                                                    listeners_->udpSocket(ServiceId::Ntp),
-                                                   options_.referencePort))
+                                                   options_.referencePort, &diagnostics_))
     , serving_(std::make_unique<ServingContext>(platform.clock, timeBase_, *listeners_,
                                                 *synchroniser_))
     , status_(std::make_unique<StatusModel>(platform.clock, timeBase_, *listeners_, *serving_,
@@ -110,7 +112,7 @@ void ServerController::start(const std::function<void()>& beforeFirstSync) {
     const LocalDateTime started = platform_.clock.localNow();
     status_->setTip(fixedTitle() + ' ');
     auto log = std::make_unique<RequestLog>(platform_.clock, platform_.host.programFolder(),
-                                            appVersion(), started);
+                                            appVersion(), started, &diagnostics_);
     // Every start logs, whatever the saved setting says; the setting only decides what the
     // configuration dialog shows.
     log->setEnabled(true);
@@ -145,17 +147,35 @@ std::string ServerController::serverFilePath() const {
 }
 
 void ServerController::readServerFile() {
-    std::optional<ServerList> list = cvl::readServerFile(serverFilePath());
+    static const std::string topic = "reference-server file";
+    const std::string path = serverFilePath();
+    errno = 0;
+    std::optional<ServerList> list = cvl::readServerFile(path);
+    // A failed open leaves the system's reason in errno.
+    const int openError = errno;
     if (!list) {
         // Without the list there is nothing to synchronise from, and the settings wait for
         // it too: the update server is asked for the file.
         status_->setStatusLine("Reference-server file not found, asking the update server: " +
-                               serverFilePath());
+                               path);
+        diagnostics_.report(topic, Severity::Warning,
+                            "the reference-server file " + path + " cannot be read: " +
+                                (openError != 0 ? std::generic_category().message(openError)
+                                                : std::string("not found")) +
+                                "; asking the update server for it; nothing is synchronised "
+                                "or served until it comes");
         updateCheck_->QBKUpdate();
         return;
     }
+    if (list->entries.empty()) {
+        diagnostics_.report(topic, Severity::Warning,
+                            "the reference-server file " + path +
+                                " lists no server: the server has nothing to synchronise from");
+    } else {
+        diagnostics_.clear(topic);
+    }
     updateCheck_->serverFileRead();
-    const LoadedSettings loaded = loadSettings(*registry_, *listeners_);
+    const LoadedSettings loaded = loadSettings(*settingsAccess_, *listeners_);
     // The list is taken once the region is known, so that its pool is drawn up from it.
     applySettings(loaded);
     synchroniser_->setServers(std::move(*list));
@@ -184,8 +204,16 @@ void ServerController::writeSettings() {
     if (!settingsRead_) {
         return;
     }
-    // Failures here are not reported: the program is on its way out.
-    (void)saveSettings(*registry_, settings(), *listeners_, [this] { writeRunEntry(); });
+    const SaveFailure failure =
+        saveSettings(*settingsAccess_, settings(), *listeners_, [this] { writeRunEntry(); });
+    // The program is on its way out: the status line would go unseen.
+    if (failure.failed()) {
+        diagnostics_.report(
+            "settings", Severity::Error,
+            "the settings could not be written to " + settingsAccess_->location() + ": " +
+                (failure.systemText.empty() ? failure.statusText : failure.systemText) +
+                "; the changes of this run are lost");
+    }
 }
 
 void ServerController::writeRunEntry() {

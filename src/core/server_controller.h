@@ -6,6 +6,7 @@
 
 #include "core/server_settings.h"
 #include "core/status_model.h"
+#include "log/diagnostics.h"
 #include "platform/platform.h"
 #include "timebase/time_base.h"
 #include "update/update_check.h"
@@ -19,9 +20,9 @@ namespace cvl {
 
 class DaytimeService;
 class NtpService;
-class Registry;
 class ServiceListeners;
 class ServingContext;
+class SettingsAccess;
 class Synchroniser;
 class TimeService;
 class UnixTimeService;
@@ -51,6 +52,8 @@ public:
     void start(const std::function<void()>& beforeFirstSync = {});
     void shutdown();
 
+    // Failures the status line leaves unsaid; a face sets where they go before start().
+    [[nodiscard]] Diagnostics& diagnostics() { return diagnostics_; }
     [[nodiscard]] StatusModel& status() { return *status_; }
     [[nodiscard]] const StatusModel& status() const { return *status_; }
     [[nodiscard]] ServiceListeners& listeners() { return *listeners_; }
@@ -99,7 +102,8 @@ private:
 
     Platform platform_;
     ServerOptions options_;
-    std::unique_ptr<Registry> registry_;
+    Diagnostics diagnostics_;
+    std::unique_ptr<SettingsAccess> settingsAccess_;
     TimeBase timeBase_;
     std::unique_ptr<ServiceListeners> listeners_;
     std::unique_ptr<Synchroniser> synchroniser_;

@@ -1,46 +1,45 @@
 #include "core/server_settings.h"
 
-#include "core/registry.h"
 #include "core/service_listeners.h"
 #include "core/service_table.h"
+#include "core/settings_access.h"
 
 namespace cvl {
 
-LoadedSettings loadSettings(Registry& registry, ServiceListeners& listeners) {
-    if (!registry.keyExists(HKEY_LOCAL_MACHINE, kSettingsKey)) {
+LoadedSettings loadSettings(SettingsAccess& access, ServiceListeners& listeners) {
+    if (!access.keyExists()) {
         // A first start: write the defaults, then read them back like saved values.
-        registry.write(HKEY_LOCAL_MACHINE, kSettingsKey, kGeneralValue, kGeneralDefault);
+        access.write(kGeneralValue, kGeneralDefault);
         for (const ServiceId id : kSettingsReadOrder) {
             const ServiceRow& row = serviceRow(id);
-            registry.write(HKEY_LOCAL_MACHINE, kSettingsKey, row.registryValue,
-                           row.defaultSetting);
+            access.write(row.registryValue, row.defaultSetting);
         }
     }
 
     LoadedSettings loaded;
     ServerSettings& settings = loaded.settings;
-    const GeneralSetting general = parseGeneralSetting(registry.read(kSettingsKey, kGeneralValue));
+    const GeneralSetting general = parseGeneralSetting(access.read(kGeneralValue));
     settings.sync = {general.randomCheck, general.syncEvery, general.syncUnit, general.regionCode};
     settings.ntpFirstByte = general.ntpFirstByte;
-    settings.openMinimized = isYes(registry.read(kSettingsKey, kOpenMinimizedValue));
-    settings.enableLogging = isYes(registry.read(kSettingsKey, kEnableLoggingValue));
-    settings.useJulian = isYes(registry.read(kSettingsKey, kUseJulianValue));
-    settings.strictSync = isYes(registry.read(kSettingsKey, kStrictSyncValue));
+    settings.openMinimized = isYes(access.read(kOpenMinimizedValue));
+    settings.enableLogging = isYes(access.read(kEnableLoggingValue));
+    settings.useJulian = isYes(access.read(kUseJulianValue));
+    settings.strictSync = isYes(access.read(kStrictSyncValue));
 
     for (const ServiceId id : kSettingsReadOrder) {
-        listeners.applySetting(id, registry.read(kSettingsKey, serviceRow(id).registryValue));
+        listeners.applySetting(id, access.read(serviceRow(id).registryValue));
     }
-    loaded.error = registry.lastError();
+    loaded.error = access.lastError();
     return loaded;
 }
 
-std::string saveSettings(Registry& registry, const ServerSettings& settings,
+SaveFailure saveSettings(SettingsAccess& access, const ServerSettings& settings,
                          const ServiceListeners& listeners,
                          const std::function<void()>& writeRunEntry) {
-    std::string firstError;
-    const auto write = [&registry, &firstError](const std::string& name, const std::string& text) {
-        if (!registry.write(HKEY_LOCAL_MACHINE, kSettingsKey, name, text) && firstError.empty()) {
-            firstError = registry.lastError();
+    SaveFailure first;
+    const auto write = [&access, &first](const std::string& name, const std::string& text) {
+        if (!access.write(name, text) && !first.failed()) {
+            first = {access.lastError(), access.lastSystemText()};
         }
     };
     const SyncSettings& sync = settings.sync;
@@ -54,7 +53,7 @@ std::string saveSettings(Registry& registry, const ServerSettings& settings,
     for (const ServiceId id : kSettingsWriteOrder) {
         write(serviceRow(id).registryValue, listeners.settingText(id));
     }
-    return firstError;
+    return first;
 }
 
 } // namespace cvl

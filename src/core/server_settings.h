@@ -12,8 +12,8 @@
 
 namespace cvl {
 
-class Registry;
 class ServiceListeners;
+class SettingsAccess;
 
 struct ServerSettings {
     SyncSettings sync;
@@ -32,11 +32,20 @@ struct LoadedSettings {
 
 // Reads every value, writing the defaults first on a first start; each service's value opens
 // the sockets it enables, in the order start-up takes them.
-[[nodiscard]] LoadedSettings loadSettings(Registry& registry, ServiceListeners& listeners);
+[[nodiscard]] LoadedSettings loadSettings(SettingsAccess& access, ServiceListeners& listeners);
+
+// The first write that failed: the status line's text for it and the system's own words.
+// Both empty when every value was written.
+struct SaveFailure {
+    std::string statusText;
+    std::string systemText;
+
+    [[nodiscard]] bool failed() const { return !statusText.empty(); }
+};
 
 // Writes every value back in its order; `writeRunEntry` runs where the start-with-the-system
-// entry belongs among them. The first failure's text, or empty.
-[[nodiscard]] std::string saveSettings(Registry& registry, const ServerSettings& settings,
+// entry belongs among them.
+[[nodiscard]] SaveFailure saveSettings(SettingsAccess& access, const ServerSettings& settings,
                                        const ServiceListeners& listeners,
                                        const std::function<void()>& writeRunEntry);
 

@@ -1,5 +1,7 @@
 #include "core/service_listeners.h"
 
+#include "log/diagnostics.h"
+#include "platform/socket_advice.h"
 #include "text/leading_number.h"
 #include "core/settings_values.h"
 #include "net/peer_address.h"
@@ -8,14 +10,15 @@
 
 namespace cvl {
 
-ServiceListeners::ServiceListeners(EventLoop& loop, std::chrono::milliseconds idleLimit)
-    : silent_(std::make_unique<SilentProtocol>()) {
+ServiceListeners::ServiceListeners(EventLoop& loop, Diagnostics* diagnostics)
+    : silent_(std::make_unique<SilentProtocol>())
+    , diagnostics_(diagnostics) {
     for (const ServiceRow& row : serviceTable()) {
         Service& service = at(row.id);
         // Until a saved value says otherwise, a port box shows the service's usual port.
         service.controls.portText = std::to_string(row.defaultPort);
         service.protocol = silent_.get();
-        service.tcp = std::make_unique<TcpSocketArray>(loop, idleLimit);
+        service.tcp = std::make_unique<TcpSocketArray>(loop);
         service.udp = std::make_unique<DatagramSocket>(loop);
 
         const ServiceId id = row.id;
@@ -54,37 +57,52 @@ void ServiceListeners::reopen(ServiceId id, Transport transport) {
     }
 
     // The port is read from the box every time; a value that does not fit 16 bits signed,
-    // or a negative one, fails quietly and leaves the socket closed.
+    // or a negative one, leaves the socket closed. The window says nothing of it; the
+    // diagnostics do.
     const std::optional<std::int16_t> port = roundToInt16(leadingNumber(service.controls.portText));
     if (!port || *port < 0) {
+        report(id, transport,
+               "\"" + service.controls.portText +
+                   "\" is not a port this server can open (it takes 0 to 32767); the " +
+                   std::string(transportName(transport)) + " socket stays closed");
         return;
     }
     const auto portNumber = static_cast<std::uint16_t>(*port);
 
-    bool inUse = false;
-    if (tcp) {
-        StreamListener& listener = service.tcp->listener();
-        const StreamListener::ListenResult listening = listener.listen(portNumber);
-        if (listening == StreamListener::ListenResult::Listening) {
-            if (!timeSynced_) {
-                // Clients wait in the backlog, neither accepted nor refused, until the
-                // clock has been set once.
-                listener.pauseAccepting();
-            }
-            opened(id);
-            return;
+    const OpenResult result =
+        tcp ? service.tcp->listener().listen(portNumber) : service.udp->bind(portNumber);
+    if (result.open) {
+        if (tcp && !timeSynced_) {
+            // Clients wait in the backlog, neither accepted nor refused, until the clock has
+            // been set once.
+            service.tcp->listener().pauseAccepting();
         }
-        inUse = listening == StreamListener::ListenResult::AddressInUse;
-    } else {
-        const DatagramSocket::BindResult bound = service.udp->bind(portNumber);
-        if (bound == DatagramSocket::BindResult::Bound) {
-            opened(id);
-            return;
+        if (diagnostics_ != nullptr) {
+            diagnostics_->clear(topicOf(id, transport));
         }
-        inUse = bound == DatagramSocket::BindResult::AddressInUse;
+        opened(id);
+        return;
     }
-    if (inUse) {
+    report(id, transport,
+           "cannot open " + std::string(transportName(transport)) + " port " +
+               std::to_string(portNumber) + ": " + result.error.text +
+               socketAdvice(result.error.failure, portNumber, transport == Transport::Udp));
+    if (result.addressInUse()) {
         reportAddressInUse(id, *port);
+    }
+}
+
+std::string ServiceListeners::topicOf(ServiceId id, Transport transport) {
+    return std::string("port ") + serviceRow(id).registryValue + ' ' +
+           std::string(transportName(transport));
+}
+
+void ServiceListeners::report(ServiceId id, Transport transport, const std::string& what) {
+    if (diagnostics_ != nullptr) {
+        const ServiceRow& row = serviceRow(id);
+        diagnostics_->report(topicOf(id, transport), Severity::Warning,
+                             std::string(serviceWords(id).name) + " service (" +
+                                 row.registryValue + "): " + what);
     }
 }
 

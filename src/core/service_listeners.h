@@ -20,6 +20,8 @@
 
 namespace cvl {
 
+class Diagnostics;
+
 // The state of one service's controls, as a window would show them.
 struct ServiceControls {
     bool master = false;
@@ -36,8 +38,8 @@ inline const std::string kPortRegisteredTip = " Change Registered Successfully "
 
 class ServiceListeners final {
 public:
-    explicit ServiceListeners(EventLoop& loop,
-                              std::chrono::milliseconds idleLimit = kIdleConnectionLimit);
+    // Sockets that cannot be opened are told to `diagnostics`, when there is one.
+    explicit ServiceListeners(EventLoop& loop, Diagnostics* diagnostics = nullptr);
     ~ServiceListeners();
     ServiceListeners(const ServiceListeners&) = delete;
     ServiceListeners& operator=(const ServiceListeners&) = delete;
@@ -107,10 +109,13 @@ private:
     void connectionRequested(ServiceId id, NativeSocket descriptor, const PeerAddress& peer);
     void answerAtOnce(ServiceId id, NativeSocket descriptor, const PeerAddress& peer);
     void reportAddressInUse(ServiceId id, int port);
+    void report(ServiceId id, Transport transport, const std::string& what);
+    [[nodiscard]] static std::string topicOf(ServiceId id, Transport transport);
     void opened(ServiceId id);
 
     std::array<Service, kServiceCount> services_;
     std::unique_ptr<SilentProtocol> silent_;
+    Diagnostics* diagnostics_ = nullptr;
     bool timeSynced_ = false;
     std::string portMessage_; // the conflict last reported, until the socket opens
     // Each hook, when set.

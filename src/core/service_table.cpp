@@ -29,4 +29,21 @@ const ServiceRow& serviceRow(ServiceId id) {
     return kTable[indexOf(id)];
 }
 
+ServiceWords serviceWords(ServiceId id) {
+    switch (id) {
+    case ServiceId::Daytime:
+        return {"Daytime", "Answers with one line of local date and time and the zone's name."};
+    case ServiceId::Time:
+        return {"Time", "Answers with four bytes: UTC seconds since 1900."};
+    case ServiceId::Ntp:
+        return {"NTP / SNTP", "Answers 48-byte NTP and SNTP requests; its UDP socket also "
+                              "carries this server's own queries to its reference server."};
+    case ServiceId::Unix:
+        return {"Unix time", "Answers with four bytes: UTC seconds since 1970."};
+    case ServiceId::Client:
+        return {"Client protocol", "Accepts connections of the Chronvale client protocol."};
+    }
+    return {"", ""};
+}
+
 } // namespace cvl

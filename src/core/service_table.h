@@ -35,6 +35,13 @@ struct ServiceRow {
 };
 
 [[nodiscard]] const std::array<ServiceRow, kServiceCount>& serviceTable();
+
+// What a service is called where the operator reads about it, and what it answers.
+struct ServiceWords {
+    const char* name;        // "NTP / SNTP"
+    const char* description; // one sentence
+};
+[[nodiscard]] ServiceWords serviceWords(ServiceId id);
 [[nodiscard]] const ServiceRow& serviceRow(ServiceId id);
 
 

@@ -9,7 +9,6 @@
 
 namespace cvl {
 
-inline const std::string kSettingsKey = "Software\\Chronvale Server";
 inline const std::string kGeneralValue = "Settings";
 inline const std::string kGeneralDefault = "YES:59:Minutes/s:NA:36";
 inline const std::string kOpenMinimizedValue = "OpenMinimized";

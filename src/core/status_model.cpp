@@ -16,28 +16,6 @@ namespace {
 
 const std::string kWaitingForSync = "waiting for the first synchronisation";
 
-struct ServiceWords {
-    const char* name;
-    const char* description;
-};
-
-ServiceWords wordsFor(ServiceId id) {
-    switch (id) {
-    case ServiceId::Daytime:
-        return {"Daytime", "Answers with one line of local date and time and the zone's name."};
-    case ServiceId::Time:
-        return {"Time", "Answers with four bytes: UTC seconds since 1900."};
-    case ServiceId::Ntp:
-        return {"NTP / SNTP", "Answers 48-byte NTP and SNTP requests; its UDP socket also "
-                              "carries this server's own queries to its reference server."};
-    case ServiceId::Unix:
-        return {"Unix time", "Answers with four bytes: UTC seconds since 1970."};
-    case ServiceId::Client:
-        return {"Client protocol", "Accepts connections of the Chronvale client protocol."};
-    }
-    return {"", ""};
-}
-
 std::string atTime(const std::string& what, const LocalDateTime& when) {
     return what + ", at " + generalDateText(when);
 }
@@ -203,7 +181,7 @@ OverviewStatus StatusModel::overview() const {
 
 ServiceStatus StatusModel::service(ServiceId id) const {
     const ServiceRow& row = serviceRow(id);
-    const ServiceWords words = wordsFor(id);
+    const ServiceWords words = serviceWords(id);
     const bool synced = synchronised();
     ServiceStatus status;
     status.name = words.name;

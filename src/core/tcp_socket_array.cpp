@@ -14,14 +14,14 @@ TcpSocketArray::TcpSocketArray(EventLoop& loop, std::chrono::milliseconds idleLi
 }
 
 void TcpSocketArray::accepted(int index) {
-    lastActivity_[static_cast<std::size_t>(index - 1)] = std::chrono::steady_clock::now();
+    lastActivity_[static_cast<std::size_t>(index - 1)] = loop_.now();
     if (!idleCheck_.isActive()) {
         idleCheck_.start();
     }
 }
 
 void TcpSocketArray::closeIdle() {
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = loop_.now();
     bool anyOpen = false;
     for (std::size_t i = 0; i < connections_.size(); ++i) {
         StreamConnection& connection = *connections_[i];
@@ -50,7 +50,7 @@ int TcpSocketArray::freeIndex() {
     const int index = upperBound();
     StreamConnection& connection = *connections_.back();
     connection.onReceived = [this, index] {
-        lastActivity_[static_cast<std::size_t>(index - 1)] = std::chrono::steady_clock::now();
+        lastActivity_[static_cast<std::size_t>(index - 1)] = loop_.now();
         if (onReceived) {
             onReceived(index);
         }

@@ -44,7 +44,7 @@ private:
     EventLoop& loop_;
     StreamListener listener_;
     std::vector<std::unique_ptr<StreamConnection>> connections_;
-    std::vector<std::chrono::steady_clock::time_point> lastActivity_; // per element
+    std::vector<MonotonicClock::TimePoint> lastActivity_; // per element
     Timer idleCheck_;
     std::chrono::milliseconds idleLimit_;
 };

@@ -1,4 +1,5 @@
 #include "log/request_log.h"
+#include "log/diagnostics.h"
 
 #include "platform/local_format.h"
 #include "text/utf8.h"
@@ -42,9 +43,11 @@ std::string generalDateText(const LocalDateTime& when) {
 }
 
 RequestLog::RequestLog(const Clock& clock, const std::string& programFolder,
-                       std::string_view versionText, const LocalDateTime& UpdateStamp)
+                       std::string_view versionText, const LocalDateTime& UpdateStamp,
+                       Diagnostics* diagnostics)
     : clock_(clock)
-    , folder_(programFolder + "/Logs") {
+    , folder_(programFolder + "/Logs")
+    , diagnostics_(diagnostics) {
     headerStart_ = "#Software Service: Chronvale(SM) Server\r\n#Version: ";
     headerStart_.append(versionText);
     headerStart_ += "\r\n#UPDate: ";
@@ -120,7 +123,8 @@ void RequestLog::logRequest(const RequestRecord& record) {
     line_ += transportName(record.transport);
     line_ += " - \r\n";
 
-    if (folder_.append(fileName_, line_) == RecordFolder::AppendResult::NoSuchFile) {
+    RecordFolder::Result result = folder_.append(fileName_, line_);
+    if (result.outcome == RecordFolder::Result::Outcome::NoSuchFile) {
         // The first record of a day, or the Logs folder was removed: a new file starts with
         // the header.
         std::string first = headerStart_;
@@ -128,8 +132,28 @@ void RequestLog::logRequest(const RequestRecord& record) {
         first += "\r\n";
         first += kFieldsLine;
         first += line_;
-        folder_.create(fileName_, first, line_);
+        result = folder_.create(fileName_, first, line_);
     }
+    // Checked on a flag: a record that went through costs nothing more.
+    if (result.outcome != RecordFolder::Result::Outcome::Written || failing_) {
+        noteResult(result);
+    }
+}
+
+void RequestLog::noteResult(const RecordFolder::Result& result) {
+    static const std::string topic = "request log";
+    failing_ = result.outcome != RecordFolder::Result::Outcome::Written;
+    if (diagnostics_ == nullptr) {
+        return;
+    }
+    if (!failing_) {
+        diagnostics_->clear(topic);
+        return;
+    }
+    diagnostics_->report(topic, Severity::Error,
+                         "the request log cannot write " + folder_.path() + '/' + fileName_ +
+                             ": " + result.systemText + "; requests are still answered, but "
+                             "their records are lost until it can");
 }
 
 } // namespace cvl

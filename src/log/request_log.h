@@ -13,6 +13,8 @@
 
 namespace cvl {
 
+class Diagnostics;
+
 // The system's short date, a blank and its long time without the time-zone part. The zone is
 // left out because the date-time shown is a recorded local one, not necessarily the present.
 [[nodiscard]] std::string generalDateText(const LocalDateTime& when);
@@ -22,8 +24,10 @@ class RequestLog {
 public:
     // versionText is "major.minor.revision"; UpdateStamp is the local date-time the server
     // started, shown in the header of every new file.
-    explicit RequestLog(const Clock& clock, const std::string& programFolder,
-                        std::string_view versionText, const LocalDateTime& UpdateStamp);
+    // A record that cannot be written is lost, as it must be; `diagnostics`, when given, is
+    // told once, and again when the failure changes or comes back after a success.
+    RequestLog(const Clock& clock, const std::string& programFolder, std::string_view versionText,
+               const LocalDateTime& UpdateStamp, Diagnostics* diagnostics = nullptr);
 
     void setIdentity(std::string_view HostName, std::string_view UserName,
                      std::string_view LocalAddress);
@@ -39,9 +43,12 @@ public:
 
 private:
     void switchDay(const LocalDateTime& now);
+    void noteResult(const RecordFolder::Result& result);
 
     const Clock& clock_;
     RecordFolder folder_;
+    Diagnostics* diagnostics_;
+    bool failing_ = false; // the last record was lost
     bool LogEnabled = true;
 
     std::string headerStart_; // header lines up to "#Date: "

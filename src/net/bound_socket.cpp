@@ -2,20 +2,22 @@
 
 #include "socket_system.h"
 
+#include <utility>
+
 namespace cvl {
 
 namespace {
 
 struct BindOutcome {
     NativeSocket socket = sys::kNoSocket;
-    sys::Failure failure = sys::Failure::Other;
+    sys::SocketError error;
 };
 
 BindOutcome bindOne(int family, SocketKind kind, std::uint16_t port) {
     const int type = kind == SocketKind::Stream ? SOCK_STREAM : SOCK_DGRAM;
     const NativeSocket socket = sys::openSocket(family, type);
     if (socket < 0) {
-        return {sys::kNoSocket, sys::lastFailure()};
+        return {sys::kNoSocket, sys::lastError()};
     }
     if (family == AF_INET6) {
         // IPv4 clients have a socket of their own.
@@ -41,11 +43,11 @@ BindOutcome bindOne(int family, SocketKind kind, std::uint16_t port) {
             ? ::bind(sys::native(socket), reinterpret_cast<const sockaddr*>(&v4), sizeof v4)
             : ::bind(sys::native(socket), reinterpret_cast<const sockaddr*>(&v6), sizeof v6);
     if (result != 0) {
-        const sys::Failure failure = sys::lastFailure();
+        sys::SocketError error = sys::lastError();
         sys::closeSocket(socket);
-        return {sys::kNoSocket, failure};
+        return {sys::kNoSocket, std::move(error)};
     }
-    return {socket, sys::Failure::Other};
+    return {socket, {}};
 }
 
 std::uint16_t boundPort(NativeSocket socket) {
@@ -60,8 +62,8 @@ BoundSockets bindPair(SocketKind kind, std::uint16_t port) {
     const BindOutcome v4 = bindOne(AF_INET, kind, port);
     bound.v4 = v4.socket;
     // A family missing from this system, or with no address to bind to, is left out.
-    if (bound.v4 < 0 && v4.failure != sys::Failure::FamilyMissing) {
-        bound.addressInUse = v4.failure == sys::Failure::AddressInUse;
+    if (bound.v4 < 0 && v4.error.failure != sys::Failure::FamilyMissing) {
+        bound.error = v4.error;
         return bound;
     }
     if (bound.v4 >= 0) {
@@ -69,8 +71,8 @@ BoundSockets bindPair(SocketKind kind, std::uint16_t port) {
     }
     const BindOutcome v6 = bindOne(AF_INET6, kind, port);
     bound.v6 = v6.socket;
-    if (bound.v6 < 0 && v6.failure != sys::Failure::FamilyMissing) {
-        bound.addressInUse = v6.failure == sys::Failure::AddressInUse;
+    if (bound.v6 < 0 && v6.error.failure != sys::Failure::FamilyMissing) {
+        bound.error = v6.error;
         if (bound.v4 >= 0) {
             sys::closeSocket(bound.v4);
             bound.v4 = sys::kNoSocket;
@@ -79,6 +81,8 @@ BoundSockets bindPair(SocketKind kind, std::uint16_t port) {
     }
     if (bound.bound()) {
         bound.port = boundPort(bound.v4 >= 0 ? bound.v4 : bound.v6);
+    } else {
+        bound.error = v6.error; // neither family is there
     }
     return bound;
 }
@@ -88,7 +92,7 @@ BoundSockets bindPair(SocketKind kind, std::uint16_t port) {
 BoundSockets bindEveryAddress(SocketKind kind, std::uint16_t port) {
     BoundSockets bound = bindPair(kind, port);
     // A port chosen free for IPv4 may be taken for IPv6; choose again, a bounded number of times.
-    for (int attempt = 0; port == 0 && bound.addressInUse && attempt < 16; ++attempt) {
+    for (int attempt = 0; port == 0 && bound.error.failure == sys::Failure::AddressInUse && attempt < 16; ++attempt) {
         bound = bindPair(kind, port);
     }
     return bound;

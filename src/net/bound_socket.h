@@ -5,6 +5,7 @@
 #pragma once
 
 #include "platform/event_loop.h"
+#include "platform/socket_failure.h"
 
 #include <cstdint>
 
@@ -14,7 +15,7 @@ struct BoundSockets {
     NativeSocket v4 = -1; // negative where that family could not be bound
     NativeSocket v6 = -1;
     std::uint16_t port = 0;
-    bool addressInUse = false;
+    sys::SocketError error; // why nothing was bound
 
     [[nodiscard]] bool bound() const { return v4 >= 0 || v6 >= 0; }
 };

@@ -25,11 +25,11 @@ DatagramSocket::~DatagramSocket() {
     close();
 }
 
-DatagramSocket::BindResult DatagramSocket::bind(std::uint16_t port) {
+OpenResult DatagramSocket::bind(std::uint16_t port) {
     close();
     const BoundSockets bound = bindEveryAddress(SocketKind::Datagram, port);
     if (!bound.bound()) {
-        return bound.addressInUse ? BindResult::AddressInUse : BindResult::Failed;
+        return {false, bound.error};
     }
     sockets_.adopt(bound);
     const bool watched = sockets_.watch(loop_, [this](std::size_t family) {
@@ -39,10 +39,11 @@ DatagramSocket::BindResult DatagramSocket::bind(std::uint16_t port) {
         }
     });
     if (!watched) {
-        return BindResult::Failed;
+        close();
+        return {false, {sys::Failure::OutOfResources, "the event loop cannot watch the socket"}};
     }
     port_ = bound.port;
-    return BindResult::Bound;
+    return {true, {}};
 }
 
 void DatagramSocket::close() {

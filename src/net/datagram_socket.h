@@ -4,6 +4,7 @@
 #pragma once
 
 #include "net/family_sockets.h"
+#include "net/open_result.h"
 #include "net/peer_address.h"
 
 #include <array>
@@ -32,9 +33,8 @@ public:
     DatagramSocket(const DatagramSocket&) = delete;
     DatagramSocket& operator=(const DatagramSocket&) = delete;
 
-    enum class BindResult { Bound, AddressInUse, Failed };
     // Binds to every address on `port` (0: any free one), not sharing it with anybody.
-    BindResult bind(std::uint16_t port);
+    OpenResult bind(std::uint16_t port);
     void close();
     [[nodiscard]] bool isBound() const { return sockets_.isOpen(); }
     [[nodiscard]] std::uint16_t localPort() const { return port_; }

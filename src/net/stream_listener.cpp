@@ -3,6 +3,7 @@
 #include "net/peer_socket_address.h"
 
 #include <chrono>
+#include <utility>
 
 namespace cvl {
 
@@ -28,26 +29,27 @@ StreamListener::~StreamListener() {
     close();
 }
 
-StreamListener::ListenResult StreamListener::listen(std::uint16_t port) {
+OpenResult StreamListener::listen(std::uint16_t port) {
     close();
     const BoundSockets bound = bindEveryAddress(SocketKind::Stream, port);
     if (!bound.bound()) {
-        return bound.addressInUse ? ListenResult::AddressInUse : ListenResult::Failed;
+        return {false, bound.error};
     }
     sockets_.adopt(bound);
     for (const NativeSocket socket : {bound.v4, bound.v6}) {
         if (socket >= 0 && ::listen(sys::native(socket), kBacklog) != 0) {
-            const bool inUse = sys::lastFailure() == sys::Failure::AddressInUse;
+            sys::SocketError error = sys::lastError();
             close();
-            return inUse ? ListenResult::AddressInUse : ListenResult::Failed;
+            return {false, std::move(error)};
         }
     }
     if (!sockets_.watch(loop_, [this](std::size_t family) { acceptPending(family); })) {
-        return ListenResult::Failed;
+        close();
+        return {false, {sys::Failure::OutOfResources, "the event loop cannot watch the socket"}};
     }
     port_ = bound.port;
     paused_ = false; // a new socket accepts until told otherwise, whatever the last one did
-    return ListenResult::Listening;
+    return {true, {}};
 }
 
 void StreamListener::close() {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "net/family_sockets.h"
+#include "net/open_result.h"
 #include "net/peer_address.h"
 
 #include <cstdint>
@@ -20,9 +21,9 @@ public:
     StreamListener(const StreamListener&) = delete;
     StreamListener& operator=(const StreamListener&) = delete;
 
-    enum class ListenResult { Listening, AddressInUse, Failed };
+
     // Listens on every address on `port` (0: any free one).
-    ListenResult listen(std::uint16_t port);
+    OpenResult listen(std::uint16_t port);
     void close();
     [[nodiscard]] bool isListening() const { return sockets_.isOpen(); }
     [[nodiscard]] std::uint16_t serverPort() const { return port_; }

@@ -4,6 +4,8 @@
 // message loop on Windows), and a toolkit's loop can dispatch it without polling.
 #pragma once
 
+#include "platform/monotonic_clock.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -41,6 +43,9 @@ public:
                                              std::function<void()> onTimeout) = 0;
     virtual void stopTimer(TimerId id) = 0;
 
+    // The monotonic time its timers run on.
+    [[nodiscard]] virtual MonotonicClock::TimePoint now() const = 0;
+
     // Safe from any thread: `task` runs on the loop's thread, soon, in the order posted.
     virtual void post(std::function<void()> task) = 0;
 
@@ -72,8 +77,9 @@ private:
 };
 
 // A loop of this system's own kind, for programs and tests that run one by itself; null when
-// the system gives none (out of descriptors).
-[[nodiscard]] std::unique_ptr<EventLoop> makeEventLoop();
+// the system gives none (out of descriptors). Its timers run on `clock`, which must outlive it.
+[[nodiscard]] std::unique_ptr<EventLoop>
+makeEventLoop(const MonotonicClock& clock = systemMonotonicClock());
 
 // A timer that stops with its owner, used as a one-shot or a repeating timer.
 class Timer {

@@ -1,7 +1,7 @@
 // The settings file's text: sections of Name=text lines, read and written the way Qt's INI
 // settings always wrote them, so that files of earlier releases keep working. Keys are paths
-// ("Settings", "HKEY_CURRENT_USER/Software/Other/X"): the first part of a longer path names
-// the section, and a key without a section lives under [General].
+// ("Settings", "Other/Software/X"): the first part of a longer path names the section, and a
+// key without a section lives under [General].
 #pragma once
 
 #include <map>

@@ -18,13 +18,17 @@ public:
 
     [[nodiscard]] const std::string& path() const { return folder_; }
 
-    enum class AppendResult { Appended, NoSuchFile, Failed };
+    struct Result {
+        enum class Outcome { Written, NoSuchFile, Failed };
+        Outcome outcome = Outcome::Written;
+        std::string systemText; // the system's words for a failure
+    };
     // Appends to the file `name` of the folder, which must exist already.
-    AppendResult append(const std::string& name, std::string_view record);
+    Result append(const std::string& name, std::string_view record);
     // Makes the folder (one level) and the file `name` with `firstContents`. When another
-    // process made the file in between, `record` is appended to it instead. Failures are
-    // silent: the record is lost.
-    void create(const std::string& name, std::string_view firstContents, std::string_view record);
+    // process made the file in between, `record` is appended to it instead. On a failure the
+    // record is lost.
+    Result create(const std::string& name, std::string_view firstContents, std::string_view record);
 
 private:
     std::string folder_;

@@ -1,55 +1,56 @@
-// A registry-like store: values of text under keys, each key named by a root handle and a
-// sub-key path. Results are the operating system's registry result codes, so that one table
-// of error texts serves every platform.
+// Where the program's own settings live: named text values in one place (an INI file on Linux,
+// a registry key on Windows). Each system's store says in its own terms where that place is
+// and, when an access fails, what went wrong, in the program's words and in its own.
 #pragma once
 
-#include <cstdint>
 #include <string>
-#include <string_view>
+#include <utility>
 
 namespace cvl {
 
-using RegistryRoot = std::uint32_t;
-
-inline constexpr RegistryRoot HKEY_CLASSES_ROOT = 0x80000000u;
-inline constexpr RegistryRoot HKEY_CURRENT_USER = 0x80000001u;
-inline constexpr RegistryRoot HKEY_LOCAL_MACHINE = 0x80000002u;
-inline constexpr RegistryRoot HKEY_USERS = 0x80000003u;
-inline constexpr RegistryRoot HKEY_PERFORMANCE_DATA = 0x80000004u;
-inline constexpr RegistryRoot HKEY_CURRENT_CONFIG = 0x80000005u;
-inline constexpr RegistryRoot HKEY_DYN_DATA = 0x80000006u;
-
-// Result codes (the Win32 values).
-enum RegistryResult : long {
-    ERROR_SUCCESS = 0,
-    ERROR_FILE_NOT_FOUND = 2,
-    ERROR_ACCESS_DENIED = 5,
-    ERROR_OUTOFMEMORY = 14,
-    ERROR_INVALID_PARAMETER = 87,
-    ERROR_MORE_DATA = 234,
-    ERROR_BADDB = 1009,
-    ERROR_BADKEY = 1010,
-    ERROR_CANTOPEN = 1011,
-    ERROR_CANTREAD = 1012,
-    ERROR_CANTWRITE = 1013,
+enum class SettingsStatus {
+    Ok,
+    NotFound, // no such value, or no settings at all yet: no failure
+    AccessDenied,
+    OutOfMemory,
+    InvalidParameter,
+    MoreData, // longer than a read takes
+    Corrupt,
+    BadKey,
+    CantOpen,
+    CantRead,
+    CantWrite,
+    Other, // a failure of the system's own, known by its code alone
 };
 
-// "HKEY_LOCAL_MACHINE" and the like; empty for a handle that is not a predefined root.
-[[nodiscard]] std::string registryRootName(RegistryRoot root);
-// The predefined root of that name (exact spelling), or 0.
-[[nodiscard]] RegistryRoot registryRootFromName(std::string_view name);
+struct SettingsResult {
+    SettingsResult() = default;
+    explicit SettingsResult(SettingsStatus kind, long code = 0, std::string words = {})
+        : status(kind)
+        , systemCode(code)
+        , systemText(std::move(words)) {}
+
+    SettingsStatus status = SettingsStatus::Ok;
+    // The system's own code (errno, a Win32 result), kept so that a failure the program has
+    // no name for still shows its number; 0 when there is none.
+    long systemCode = 0;
+    // The system's own words for the failure; empty when there are none.
+    std::string systemText;
+
+    [[nodiscard]] bool ok() const { return status == SettingsStatus::Ok; }
+};
 
 class SettingsStore {
 public:
-    virtual ~SettingsStore() = default;
-    // ERROR_SUCCESS when the key exists, ERROR_FILE_NOT_FOUND when it does not.
-    [[nodiscard]] virtual long openKey(RegistryRoot root, const std::string& subKey) const = 0;
-    [[nodiscard]] virtual long queryValue(RegistryRoot root, const std::string& subKey,
-                                          const std::string& name, std::string& text) const = 0;
-    virtual long setValue(RegistryRoot root, const std::string& subKey, const std::string& name,
-                          const std::string& text) = 0;
-    virtual long deleteValue(RegistryRoot root, const std::string& subKey,
-                             const std::string& name) = 0;
+    virtual ~SettingsStore();
+
+    // Where the settings live, as an operator would look for them.
+    [[nodiscard]] virtual std::string location() const = 0;
+    // Ok when any setting has been saved, NotFound before the first.
+    [[nodiscard]] virtual SettingsResult keyExists() const = 0;
+    // The value's text; `text` is empty unless the result is Ok.
+    [[nodiscard]] virtual SettingsResult read(const std::string& name, std::string& text) const = 0;
+    virtual SettingsResult write(const std::string& name, const std::string& text) = 0;
 };
 
 } // namespace cvl

@@ -9,7 +9,7 @@ EventLoop::TimerId TimerQueue::start(std::chrono::milliseconds delay,
                                      std::chrono::milliseconds period,
                                      std::function<void()> onTimeout, bool& becameNearest) {
     const EventLoop::TimerId id = nextId_++;
-    const Clock::time_point deadline = Clock::now() + delay;
+    const TimePoint deadline = clock_.now() + delay;
     timers_.emplace(id,
                     PendingTimer{deadline, period,
                                  std::make_shared<std::function<void()>>(std::move(onTimeout))});
@@ -18,7 +18,7 @@ EventLoop::TimerId TimerQueue::start(std::chrono::milliseconds delay,
     return id;
 }
 
-std::optional<TimerQueue::Clock::time_point> TimerQueue::nearest() {
+std::optional<TimerQueue::TimePoint> TimerQueue::nearest() {
     // Drop entries of timers that were stopped or moved, so the nearest is a live one.
     while (!deadlines_.empty()) {
         const auto [deadline, id] = *deadlines_.begin();
@@ -32,7 +32,7 @@ std::optional<TimerQueue::Clock::time_point> TimerQueue::nearest() {
 }
 
 void TimerQueue::runDue() {
-    const Clock::time_point now = Clock::now();
+    const TimePoint now = clock_.now();
     std::vector<EventLoop::TimerId> due;
     while (!deadlines_.empty() && deadlines_.begin()->first <= now) {
         const auto [deadline, id] = *deadlines_.begin();

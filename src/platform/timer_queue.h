@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/event_loop.h"
+#include "platform/monotonic_clock.h"
 
 #include <chrono>
 #include <functional>
@@ -18,7 +19,11 @@ namespace cvl {
 
 class TimerQueue {
 public:
-    using Clock = std::chrono::steady_clock;
+    using TimePoint = MonotonicClock::TimePoint;
+
+    explicit TimerQueue(const MonotonicClock& clock)
+        : clock_(clock) {}
+    [[nodiscard]] TimePoint now() const { return clock_.now(); }
 
     // True in `becameNearest` when the loop's wake-up must be moved earlier.
     [[nodiscard]] EventLoop::TimerId start(std::chrono::milliseconds delay,
@@ -26,20 +31,21 @@ public:
                                            std::function<void()> onTimeout, bool& becameNearest);
     void stop(EventLoop::TimerId id) { timers_.erase(id); }
     // The deadline of the nearest live timer, if any.
-    [[nodiscard]] std::optional<Clock::time_point> nearest();
+    [[nodiscard]] std::optional<TimePoint> nearest();
     // Runs what is due now: a timer restarted by its own handler waits for the next call.
     void runDue();
 
 private:
     struct PendingTimer {
-        Clock::time_point deadline;
+        TimePoint deadline;
         std::chrono::milliseconds period;
         std::shared_ptr<std::function<void()>> onTimeout;
     };
 
+    const MonotonicClock& clock_;
     std::unordered_map<EventLoop::TimerId, PendingTimer> timers_;
     // Deadline order; an entry whose timer has gone or moved is skipped when it comes up.
-    std::multimap<Clock::time_point, EventLoop::TimerId> deadlines_;
+    std::multimap<TimePoint, EventLoop::TimerId> deadlines_;
     EventLoop::TimerId nextId_ = 1;
 };
 

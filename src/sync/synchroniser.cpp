@@ -1,5 +1,6 @@
 #include "sync/synchroniser.h"
 
+#include "log/diagnostics.h"
 #include "sync/time_query.h"
 #include "text/utf8.h"
 
@@ -10,10 +11,12 @@
 namespace cvl {
 
 Synchroniser::Synchroniser(EventLoop& loop, Clock& clock, TimeBase& timeBase,
-                           DatagramSocket& socket, std::uint16_t referencePort)
+                           DatagramSocket& socket, std::uint16_t referencePort,
+                           Diagnostics* diagnostics)
     : clock_(clock)
     , socket_(socket)
     , referencePort_(referencePort)
+    , diagnostics_(diagnostics)
     , query_(std::make_unique<TimeQuery>(loop, clock, timeBase))
     , tickTimer_(loop, [this] { tick(); })
     , unansweredTimer_(loop, [this] { queryUnanswered(); })
@@ -40,6 +43,7 @@ Synchroniser::Synchroniser(EventLoop& loop, Clock& clock, TimeBase& timeBase,
         unansweredTimer_.stop();
         setUnansweredText({});
         state_.synchronised = true;
+        reportClockStep();
         tell(SyncEvent::Synchronised);
     };
 }
@@ -49,6 +53,35 @@ Synchroniser::~Synchroniser() = default;
 void Synchroniser::tell(SyncEvent event) {
     if (onEvent) {
         onEvent(event);
+    }
+}
+
+void Synchroniser::reportClockStep() {
+    if (diagnostics_ == nullptr) {
+        return;
+    }
+    static const std::string topic = "system clock";
+    const ClockStep& step = query_->lastClockStep();
+    switch (step.outcome) {
+    case ClockStep::Outcome::Stepped:
+        diagnostics_->clear(topic);
+        return;
+    case ClockStep::Outcome::NotAllowed:
+        diagnostics_->report(topic, Severity::Information,
+                             "the system clock is left alone, as asked (--no-set-clock or "
+                             "CHRONVALE_NO_SET_CLOCK=1); clients get the reference's time all "
+                             "the same");
+        return;
+    case ClockStep::Outcome::OutOfRange:
+        diagnostics_->report(topic, Severity::Warning,
+                             "the system clock is left alone: the time worked out from " +
+                                 state_.askedServer + "'s answer does not fit the clock's fields");
+        return;
+    case ClockStep::Outcome::Refused:
+        diagnostics_->report(topic, Severity::Warning,
+                             "the system clock is left alone: " + step.reason +
+                                 "; clients get the reference's time all the same");
+        return;
     }
 }
 

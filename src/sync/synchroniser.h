@@ -18,6 +18,7 @@
 
 namespace cvl {
 
+class Diagnostics;
 class TimeBase;
 class TimeQuery;
 
@@ -52,8 +53,10 @@ class Synchroniser final {
 public:
     // Queries leave from `socket` (the NTP service's, which also takes their answers) to
     // `referencePort` of the server asked.
+    // How each answer's step of the system clock went is told to `diagnostics`, when there
+    // is one.
     Synchroniser(EventLoop& loop, Clock& clock, TimeBase& timeBase, DatagramSocket& socket,
-                 std::uint16_t referencePort);
+                 std::uint16_t referencePort, Diagnostics* diagnostics = nullptr);
     ~Synchroniser();
     Synchroniser(const Synchroniser&) = delete;
     Synchroniser& operator=(const Synchroniser&) = delete;
@@ -115,10 +118,12 @@ private:
     void setUnansweredText(const std::string& text);
     [[nodiscard]] std::string clientsWhileUnanswered() const;
     void tell(SyncEvent event);
+    void reportClockStep();
 
     Clock& clock_;
     DatagramSocket& socket_;
     std::uint16_t referencePort_;
+    Diagnostics* diagnostics_;
     std::unique_ptr<TimeQuery> query_;
     Timer tickTimer_;
     Timer unansweredTimer_;

@@ -85,9 +85,9 @@ void TimeQuery::accept(std::string_view answer, const PeerAddress& from) {
     lastOffsetMs_ = remoteMs - localSendMs;
 
     const ClockSetting setting = clockSettingFor(remoteMs, sendTicks_);
-    // A refusal (no privilege, a field out of range) is not reported; the server still
-    // counts as synchronised.
-    clock_.setSystemTimeUtc(setting.utc);
+    // A refusal (no privilege, a field out of range) changes nothing here: the server still
+    // counts as synchronised. Whoever shows diagnostics reads lastClockStep().
+    lastClockStep_ = clock_.setSystemTimeUtc(setting.utc);
     syncMessage_ = adjustedMessage(lastOffsetMs_);
     lastSyncTime_ = clock_.localNow();
     if (const std::optional<NtpTimestamp> stamp = timeBase_.GrabTime()) {

@@ -43,6 +43,8 @@ public:
     [[nodiscard]] const std::array<std::uint8_t, 4>& RefAddress() const { return refAddress_; }
     [[nodiscard]] double LastOffsetMs() const { return lastOffsetMs_; }
     [[nodiscard]] std::int32_t roundTripMs() const { return sendTicks_; }
+    // How the last answer's step of the system clock went.
+    [[nodiscard]] const ClockStep& lastClockStep() const { return lastClockStep_; }
 
     std::function<void()> onSendFailed;
     std::function<void()> onSent;
@@ -72,6 +74,7 @@ private:
     NtpTimestamp lastSyncStamp_{};
     std::string refServerIP_;
     std::array<std::uint8_t, 4> refAddress_{};
+    ClockStep lastClockStep_;
 };
 
 } // namespace cvl

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace cvl {
 
@@ -33,6 +34,20 @@ struct SystemTime {
     friend bool operator==(const SystemTime&, const SystemTime&) = default;
 };
 
+// How a step of the system clock went. The server counts as synchronised either way; the
+// outcome only tells the operator whether this machine's clock followed.
+struct ClockStep {
+    enum class Outcome {
+        Stepped,
+        NotAllowed, // this run may not step the clock (--no-set-clock, CHRONVALE_NO_SET_CLOCK)
+        OutOfRange, // a field out of the clock's range (milliseconds above 999, say)
+        Refused,    // the system said no
+    };
+    Outcome outcome = Outcome::Stepped;
+    // Why not, in the system's words and with what to do about it; empty when stepped.
+    std::string reason;
+};
+
 class Clock {
 public:
     virtual ~Clock() = default;
@@ -43,9 +58,8 @@ public:
     [[nodiscard]] virtual int localMilliseconds() const = 0;
     // Milliseconds since an arbitrary start, monotonic, wrapping at 32 bits.
     [[nodiscard]] virtual std::uint32_t tickCountMs() const = 0;
-    // Steps the system clock to a UTC moment. False when refused (no privilege, a field out
-    // of range, or setting disabled); callers do not report it.
-    virtual bool setSystemTimeUtc(const SystemTime& utc) = 0;
+    // Steps the system clock to a UTC moment, or says why not.
+    virtual ClockStep setSystemTimeUtc(const SystemTime& utc) = 0;
 };
 
 } // namespace cvl

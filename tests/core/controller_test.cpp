@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 using namespace cvl;
@@ -30,6 +32,21 @@ std::string openSockets(const ServiceListeners& listeners, ServiceId id) {
            (listeners.udpBound(id) ? "udp" : "-");
 }
 
+// What the diagnostics channel says, as "severity: text", about the topics whose reports
+// contain `about`.
+struct Reports {
+    Reports(ServerController& server, std::string about)
+        : about(std::move(about)) {
+        server.diagnostics().setSink([this](Severity severity, const std::string& text) {
+            if (text.find(this->about) != std::string::npos) {
+                lines.push_back(std::string(severityName(severity)) + ": " + text);
+            }
+        });
+    }
+    std::string about;
+    std::vector<std::string> lines;
+};
+
 void putServices(ServerRig& rig, std::uint16_t port) {
     rig.writeServerFile();
     test::MemorySettingsStore& store = rig.store;
@@ -49,7 +66,8 @@ protected:
     [[nodiscard]] std::string open(ServiceId id) const { return openSockets(*listeners, id); }
     bool runUntil(const std::function<bool()>& done) { return test::runUntil(*loop, done); }
 
-    std::unique_ptr<EventLoop> loop = makeEventLoop();
+    test::SkippingClock monotonic;
+    std::unique_ptr<EventLoop> loop = makeEventLoop(monotonic);
     std::unique_ptr<ServiceListeners> listeners = std::make_unique<ServiceListeners>(*loop);
     std::uint16_t port = 0;
 };
@@ -98,8 +116,8 @@ TEST_F(Listeners, EnterRegistersTypedPort) {
 TEST_F(Listeners, PortConflictsAndBadPorts) {
     StreamListener otherTcp(*loop);
     DatagramSocket otherUdp(*loop);
-    ASSERT_EQ(otherTcp.listen(port), StreamListener::ListenResult::Listening);
-    ASSERT_EQ(otherUdp.bind(port), DatagramSocket::BindResult::Bound);
+    ASSERT_TRUE(otherTcp.listen(port).open);
+    ASSERT_TRUE(otherUdp.bind(port).open);
 
     std::vector<std::string> status, withdrawn;
     listeners->onStatusText = [&status](const std::string& text) {
@@ -161,10 +179,9 @@ TEST_F(Listeners, NoClientAcceptedBeforeClockIsSet) {
     EXPECT_TRUE(runUntil([&] { return listeners->tcpArray(Unix).upperBound() == 1; }));
 }
 
-// A client quiet past the idle limit is closed, one that talks is not, one that leaves is let
-// go; the lowest closed socket takes the next client.
+// A client quiet for the idle limit (30 s) is closed, one that talks is not, one that leaves is
+// let go; the lowest closed socket takes the next client.
 TEST_F(Listeners, ClientsClosedAndTheirSocketsReused) {
-    listeners = std::make_unique<ServiceListeners>(*loop, 300ms);
     listeners->setTimeSynced();
     listeners->applySetting(Client, setting("YES:YES:NO", port));
     std::vector<std::string> shown;
@@ -181,10 +198,11 @@ TEST_F(Listeners, ClientsClosedAndTheirSocketsReused) {
     EXPECT_TRUE(shown.back().starts_with("127.0.0.1:"));
 
     leaving.reset();
-    for (int i = 0; i < 5; ++i) { // keeps talking across the limit
-        test::runFor(*loop, 100ms);
-        talking->write("x");
-    }
+    test::skipAhead(*loop, monotonic, 25s);
+    EXPECT_FALSE(quiet.closed) << "closed before its time";
+    talking->write("x");
+    test::runFor(*loop, 20ms); // the server reads it in real time
+    test::skipAhead(*loop, monotonic, 10s); // past the limit for the quiet one only
     EXPECT_TRUE(runUntil([&] { return quiet.closed; }));
     EXPECT_FALSE(talking->closed);
     talking.reset();
@@ -199,7 +217,7 @@ TEST_F(Listeners, ClientsClosedAndTheirSocketsReused) {
 TEST(Controller, FirstStartWritesDefaultsInOrder) {
     ServerRig rig;
     // Writes fail, so the defaults are only attempted and no privileged port is opened.
-    rig.store.failWrites = ERROR_ACCESS_DENIED;
+    rig.store.failWrites = SettingsResult(SettingsStatus::AccessDenied);
     rig.writeServerFile();
     rig.server().start();
     EXPECT_EQ(
@@ -293,13 +311,56 @@ TEST(Controller, MissingServerFileIsFetchedThenUsed) {
     updates.serve({"HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(list.size()) + "\r\n\r\n",
                    list.substr(0, 20), list.substr(20)});
 
+    const Reports reports(rig.server(), "reference-server file");
+
     rig.server().start();
     // Nothing read, nothing opened until the list is there.
     EXPECT_FALSE(rig.server().listeners().tcpListening(Time));
+    EXPECT_EQ(reports.lines,
+              std::vector<std::string>{"warning: the reference-server file " + rig.host.folder +
+                                       "/QBK_CVLS4.CVL cannot be read: No such file or directory; "
+                                       "asking the update server for it; nothing is synchronised "
+                                       "or served until it comes"});
     EXPECT_TRUE(rig.runUntil([&] { return rig.server().status().synchronised(); }));
     EXPECT_EQ(updates.requests.size(), 2u);
     EXPECT_TRUE(rig.server().listeners().tcpListening(Time));
     EXPECT_TRUE(rig.server().status().checkUpdateEnabled());
+    EXPECT_EQ(reports.lines.size(), 1u);
+}
+
+// A list without a single server is said once; a list with servers makes it news again.
+TEST(Controller, ServerFileWithoutServersIsReported) {
+    ServerRig rig;
+    putServices(rig, test::freePort(*rig.loop));
+    rig.writeServerFile({});
+    const Reports reports(rig.server(), "reference-server file");
+    const std::string warning = "warning: the reference-server file " + rig.host.folder +
+                                "/QBK_CVLS4.CVL lists no server: the server has nothing to "
+                                "synchronise from";
+    rig.server().start();
+    rig.server().readServerFile();
+    EXPECT_EQ(reports.lines, std::vector<std::string>{warning});
+
+    rig.writeServerFile();
+    rig.server().readServerFile();
+    rig.writeServerFile({});
+    rig.server().readServerFile();
+    EXPECT_EQ(reports.lines, (std::vector<std::string>{warning, warning}));
+}
+
+// Settings the store refuses at shutdown are one error, with where they live and the system's
+// words, however many values failed.
+TEST(Controller, FailedSaveAtShutdownIsReportedOnce) {
+    ServerRig rig;
+    putServices(rig, test::freePort(*rig.loop));
+    const Reports reports(rig.server(), "settings");
+    rig.server().start();
+    rig.store.failWrites = SettingsResult(SettingsStatus::AccessDenied, 13, "Permission denied");
+    rig.server().shutdown();
+    EXPECT_EQ(rig.store.journal.size(), 8u);
+    EXPECT_EQ(reports.lines,
+              std::vector<std::string>{"error: the settings could not be written to memory: "
+                                       "Permission denied; the changes of this run are lost"});
 }
 
 } // namespace

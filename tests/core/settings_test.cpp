@@ -1,5 +1,5 @@
-// The saved settings' formats and the registry layer over a store.
-#include "core/registry.h"
+// The saved settings' formats and the access to them over a store.
+#include "core/settings_access.h"
 #include "core/settings_values.h"
 #include "platform_fakes.h"
 
@@ -40,41 +40,29 @@ TEST(SettingsValues, GeneralSetting) {
     EXPECT_EQ(firstByte("NO:5:Second/s:EU:99999"), 36); // beyond 16 bits
 }
 
-TEST(Registry, ReadWriteDeleteAndErrorTexts) {
+// Reads and writes through a store, and the status line's texts for its failures: a missing
+// value is none, and a code the program has no name for keeps its number.
+TEST(SettingsAccess, ReadWriteAndFailureTexts) {
     test::MemorySettingsStore store;
-    Registry registry(store);
-    EXPECT_FALSE(registry.keyExists(HKEY_LOCAL_MACHINE, kSettingsKey));
-    EXPECT_EQ(registry.read(kSettingsKey, "NTP37"), "");
-    EXPECT_TRUE(registry.lastError().empty()); // a missing value is no failure
-    EXPECT_TRUE(registry.write(HKEY_LOCAL_MACHINE, kSettingsKey, "NTP37", "YES:YES:YES:37"));
-    EXPECT_TRUE(registry.keyExists(HKEY_LOCAL_MACHINE, kSettingsKey));
-    EXPECT_EQ(registry.read(kSettingsKey, "NTP37"), "YES:YES:YES:37");
-    registry.remove(HKEY_LOCAL_MACHINE, kSettingsKey, "NTP37");
-    EXPECT_EQ(registry.read(kSettingsKey, "NTP37"), "");
+    SettingsAccess access(store);
+    EXPECT_FALSE(access.keyExists());
+    EXPECT_EQ(access.read("NTP37"), "");
+    EXPECT_TRUE(access.lastError().empty());
+    EXPECT_TRUE(access.write("NTP37", "YES:YES:YES:37"));
+    EXPECT_TRUE(access.keyExists());
+    EXPECT_EQ(access.read("NTP37"), "YES:YES:YES:37");
 
-    store.failWrites = ERROR_ACCESS_DENIED;
-    EXPECT_FALSE(registry.write(HKEY_LOCAL_MACHINE, kSettingsKey, "X", {}));
-    EXPECT_EQ(registry.lastError(), "Access to this key is denied");
-    EXPECT_EQ(Registry::errorText(ERROR_BADDB), "The Registry Database is corrupt!");
-    EXPECT_EQ(Registry::errorText(ERROR_MORE_DATA),
+    store.failWrites = SettingsResult(SettingsStatus::AccessDenied, 13, "Permission denied");
+    EXPECT_FALSE(access.write("X", {}));
+    EXPECT_EQ(access.lastError(), "Access to this key is denied");
+    EXPECT_EQ(access.lastSystemText(), "Permission denied");
+    EXPECT_EQ(access.read("NTP37"), "YES:YES:YES:37");
+    EXPECT_EQ(access.lastError() + access.lastSystemText(), ""); // the next success clears it
+
+    EXPECT_EQ(statusLineText(SettingsResult(SettingsStatus::Corrupt)),
+              "The Registry Database is corrupt!");
+    EXPECT_EQ(statusLineText(SettingsResult(SettingsStatus::MoreData)),
               "There is more data than the buffer has been allocated to hold.");
-    EXPECT_EQ(Registry::errorText(4242), "Undefined Error Code:4242");
-}
-
-// A path splits into a root, named as it was written, and a sub-key, or into an error.
-TEST(Registry, SplitPath) {
-    const auto split = [](const std::string& path) {
-        const Registry::SplitPath parts = Registry::splitPath(path);
-        return registryRootName(parts.root) + '|' + parts.subKey + '|' + parts.error;
-    };
-    EXPECT_EQ(split("HKEY_LOCAL_MACHINE\\Software\\Chronvale Server"),
-              "HKEY_LOCAL_MACHINE|Software\\Chronvale Server|");
-    EXPECT_EQ(split("HKEY_CURRENT_USER\\Software"), "HKEY_CURRENT_USER|Software|");
-    for (const std::string root :
-         {"HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE", "HKEY_USERS",
-          "HKEY_PERFORMANCE_DATA", "HKEY_CURRENT_CONFIG", "HKEY_DYN_DATA"}) {
-        EXPECT_EQ(split(root), root + "||");
-    }
-    EXPECT_EQ(split("Software\\X"), "||Incorrect Format:Software\\X");
-    EXPECT_EQ(split("HKEY_NOWHERE\\X"), "||Bad Key Name");
+    EXPECT_EQ(statusLineText(SettingsResult(SettingsStatus::Other, 4242, "x")),
+              "Undefined Error Code:4242");
 }

@@ -15,9 +15,9 @@ public:
     [[nodiscard]] LocalDateTime localNow() const override { return now_; }
     [[nodiscard]] int localMilliseconds() const override { return milliseconds_; }
     [[nodiscard]] std::uint32_t tickCountMs() const override { return ticks_; }
-    bool setSystemTimeUtc(const SystemTime& utc) override {
+    ClockStep setSystemTimeUtc(const SystemTime& utc) override {
         setCalls.push_back(utc);
-        return true;
+        return {};
     }
 
     void set(const LocalDateTime& now, int milliseconds = 0) {

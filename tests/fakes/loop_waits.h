@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/event_loop.h"
+#include "skipping_clock.h"
 
 #include <chrono>
 
@@ -34,6 +35,17 @@ bool runUntil(EventLoop& loop, Done done,
 inline void runFor(EventLoop& loop, std::chrono::milliseconds duration) {
     (void)runUntil(
         loop, [] { return false; }, duration);
+}
+
+// Moves `clock`, the clock of `loop`, ahead by `total` in steps of `step`, running what falls
+// due after each step as it would have run in its time.
+inline void skipAhead(EventLoop& loop, SkippingClock& clock, std::chrono::milliseconds total,
+                      std::chrono::milliseconds step = std::chrono::seconds(1)) {
+    for (std::chrono::milliseconds done{0}; done < total; done += step) {
+        clock.skip(step);
+        loop.post([] {}); // the loop measures its wait afresh
+        runFor(loop, std::chrono::milliseconds(0));
+    }
 }
 
 } // namespace cvl::test

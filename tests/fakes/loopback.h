@@ -25,8 +25,7 @@ inline std::uint16_t freePort(EventLoop& loop) {
         const auto port = static_cast<std::uint16_t>(ports(random));
         StreamListener tcp(loop);
         DatagramSocket udp(loop);
-        if (tcp.listen(port) == StreamListener::ListenResult::Listening &&
-            udp.bind(port) == DatagramSocket::BindResult::Bound) {
+        if (tcp.listen(port).open && udp.bind(port).open) {
             return port;
         }
     }
@@ -57,7 +56,7 @@ udpExchange(EventLoop& loop, std::uint16_t port, const std::string& payload, std
             const std::string& host = "127.0.0.1") {
     DatagramSocket client(loop);
     std::vector<std::string> replies;
-    if (client.bind(0) != DatagramSocket::BindResult::Bound) {
+    if (!client.bind(0).open) {
         return replies;
     }
     client.onReadable = [&] {

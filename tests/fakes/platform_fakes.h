@@ -9,8 +9,6 @@
 #include "platform/prompter.h"
 #include "platform/settings_store.h"
 
-#include <algorithm>
-#include <cctype>
 #include <map>
 #include <string>
 #include <utility>
@@ -18,51 +16,32 @@
 
 namespace cvl::test {
 
-// The settings store, with a journal of every write and delete in order.
+// The settings store, with a journal of every write in order. Writes fail with `failWrites`
+// when it is set (and store nothing then).
 class MemorySettingsStore final : public SettingsStore {
 public:
-    [[nodiscard]] long openKey(RegistryRoot root, const std::string& subKey) const override {
-        const std::string prefix = path(root, subKey, {});
-        const auto found = values.lower_bound(prefix);
-        return found != values.end() && found->first.starts_with(prefix) ? ERROR_SUCCESS
-                                                                         : ERROR_FILE_NOT_FOUND;
+    [[nodiscard]] std::string location() const override { return "memory"; }
+    [[nodiscard]] SettingsResult keyExists() const override {
+        return SettingsResult(values.empty() ? SettingsStatus::NotFound : SettingsStatus::Ok);
     }
-    [[nodiscard]] long queryValue(RegistryRoot root, const std::string& subKey,
-                                  const std::string& name, std::string& text) const override {
-        const auto it = values.find(path(root, subKey, name));
+    [[nodiscard]] SettingsResult read(const std::string& name, std::string& text) const override {
+        const auto it = values.find(name);
         text = it == values.end() ? std::string() : it->second;
-        return it == values.end() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
+        return SettingsResult(it == values.end() ? SettingsStatus::NotFound : SettingsStatus::Ok);
     }
-    long setValue(RegistryRoot root, const std::string& subKey, const std::string& name,
-                  const std::string& text) override {
+    SettingsResult write(const std::string& name, const std::string& text) override {
         journal.push_back("set " + name + '=' + text);
-        if (failWrites == ERROR_SUCCESS) {
-            values[path(root, subKey, name)] = text;
+        if (failWrites.ok()) {
+            values[name] = text;
         }
         return failWrites;
     }
-    long deleteValue(RegistryRoot root, const std::string& subKey,
-                     const std::string& name) override {
-        journal.push_back("delete " + name);
-        return values.erase(path(root, subKey, name)) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
-    }
 
-    // The program's own key, as most tests want it.
-    void putHome(const std::string& name, const std::string& text) {
-        values[path(HKEY_LOCAL_MACHINE, "Software\\Chronvale Server", name)] = text;
-    }
+    void putHome(const std::string& name, const std::string& text) { values[name] = text; }
 
     std::map<std::string, std::string> values;
     std::vector<std::string> journal;
-    long failWrites = ERROR_SUCCESS;
-
-private:
-    static std::string path(RegistryRoot root, const std::string& subKey, const std::string& name) {
-        std::string lower = subKey;
-        std::transform(lower.begin(), lower.end(), lower.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        return std::to_string(root) + '\\' + lower + '\\' + name;
-    }
+    SettingsResult failWrites;
 };
 
 class FakeAutostart final : public Autostart {

@@ -46,7 +46,9 @@ struct ServerRig {
         return test::runUntil(*loop, done, timeout);
     }
 
-    std::unique_ptr<EventLoop> loop = makeEventLoop();
+    // Declared first: the loop runs on it.
+    SkippingClock monotonic;
+    std::unique_ptr<EventLoop> loop = makeEventLoop(monotonic);
     TempFolder folder;
     FakeClock clock;
     FakeTimeZone timeZone;

@@ -1,12 +1,16 @@
 // A saved settings value, which anybody who can edit the settings file may write: read as each
 // kind of value is read (a service's, the general one, the numbers inside them), written back
-// and read again, and applied to a service's listeners as start-up applies it. A port that
-// would open a socket is replaced by 0 first, so that the kernel picks a free one.
+// and read again, stored in the settings file and read back from it by another store, and
+// applied to a service's listeners as start-up applies it. A port that would open a socket is
+// replaced by 0 first, so that the kernel picks a free one.
 #include "text/leading_number.h"
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
 #include "fuzz_support.h"
+#include "platform/linux/ini_settings_store.h"
 #include "sync/sync_schedule.h"
+#include "temp_folder.h"
+#include "text/utf8.h"
 
 using namespace cvl;
 
@@ -15,6 +19,7 @@ namespace {
 struct State {
     std::unique_ptr<EventLoop> loop = makeEventLoop();
     ServiceListeners listeners{*loop};
+    test::TempFolder folder;
 };
 
 } // namespace
@@ -50,9 +55,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::require(!small || (large && *large == *small));
     [[maybe_unused]] const bool numeric = isNumericText(text);
 
+    const auto id = static_cast<ServiceId>(size % kServiceCount);
+    // The store takes UTF-8 text; other bytes are read as Latin-1, as the server file's are.
+    const std::string stored = utf8::isValid(text) ? text : utf8::fromLatin1(text);
+    const std::string path = state->folder.filePath("chronvale-server.conf");
+    const std::string name = serviceRow(id).registryValue;
+    if (IniSettingsStore(path).write(name, stored).ok()) {
+        std::string back;
+        fuzz::require(IniSettingsStore(path).read(name, back).ok() && back == stored);
+    }
+
     // The listeners read the port as the check below does; only a port that would open a
     // socket is replaced.
-    const auto id = static_cast<ServiceId>(size % kServiceCount);
     std::string value = text;
     const std::optional<std::int16_t> port = roundToInt16(leadingNumber(service.port));
     if (service.wellFormed && port && *port >= 0) {

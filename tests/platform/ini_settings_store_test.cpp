@@ -1,10 +1,11 @@
-// The settings store in its INI file: round trips, the errors a caller sees, a file left by an
-// earlier release, and a write that can never leave half a file.
+// The settings store in its INI file: round trips, the failures a caller sees with the system's
+// own words, a file left by an earlier release, and a write that can never leave half a file.
 #include "platform/linux/ini_settings_store.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <sys/stat.h>
 
@@ -12,13 +13,19 @@ using namespace cvl;
 
 namespace {
 
-const std::string kHome = "Software\\Chronvale Server";
-
-std::string query(const IniSettingsStore& store, RegistryRoot root, const std::string& key,
-                  const std::string& name) {
+std::string query(const IniSettingsStore& store, const std::string& name) {
     std::string text;
-    const long code = store.queryValue(root, key, name, text);
-    return code == ERROR_SUCCESS ? text : "error " + std::to_string(code);
+    const SettingsResult result = store.read(name, text);
+    if (result.status == SettingsStatus::NotFound) {
+        return "(missing)";
+    }
+    return result.ok() ? text : "(failed: " + result.systemText + ")";
+}
+
+// A failure as "status code words", the code and words being errno's.
+std::string failure(const SettingsResult& result) {
+    return std::to_string(static_cast<int>(result.status)) + ' ' +
+           std::to_string(result.systemCode) + ' ' + result.systemText;
 }
 
 } // namespace
@@ -26,32 +33,23 @@ std::string query(const IniSettingsStore& store, RegistryRoot root, const std::s
 TEST(IniSettingsStore, RoundTripAndErrors) {
     test::TempFolder dir;
     const std::string path = dir.filePath("sub/settings.conf");
-    const std::string other = "Software\\Other";
     {
         IniSettingsStore store(path);
-        EXPECT_EQ(store.openKey(HKEY_LOCAL_MACHINE, kHome), ERROR_FILE_NOT_FOUND);
-        EXPECT_EQ(store.setValue(HKEY_LOCAL_MACHINE, kHome, "NTP37", "YES:YES:YES:37"),
-                  ERROR_SUCCESS);
-        EXPECT_EQ(store.setValue(HKEY_LOCAL_MACHINE, kHome, "Note", "a, b ; c"), ERROR_SUCCESS);
-        EXPECT_EQ(store.setValue(HKEY_CURRENT_USER, other, "X", "1"), ERROR_SUCCESS);
+        EXPECT_EQ(store.location(), path);
+        EXPECT_EQ(store.keyExists().status, SettingsStatus::NotFound);
+        EXPECT_TRUE(store.write("NTP37", "YES:YES:YES:37").ok());
+        EXPECT_TRUE(store.write("Note", "a, b ; c").ok());
     }
     const std::string text = test::readFile(path);
     EXPECT_NE(text.find("[General]\n"), std::string::npos);
     EXPECT_NE(text.find("\nNTP37=YES:YES:YES:37\n"), std::string::npos) << "one Name=text line";
 
     IniSettingsStore store(path);
-    EXPECT_EQ(store.openKey(HKEY_LOCAL_MACHINE, "software\\chronvale server"), ERROR_SUCCESS);
-    EXPECT_EQ(query(store, HKEY_LOCAL_MACHINE, kHome, "Note"), "a, b ; c");
-    EXPECT_EQ(query(store, HKEY_CURRENT_USER, other, "X"), "1");
-    EXPECT_EQ(store.openKey(HKEY_CURRENT_USER, other), ERROR_SUCCESS);
-    EXPECT_EQ(store.openKey(HKEY_CURRENT_USER, "Software"), ERROR_FILE_NOT_FOUND); // only deeper
-    EXPECT_EQ(query(store, HKEY_LOCAL_MACHINE, kHome, "X"), "error 2");
-    EXPECT_EQ(store.deleteValue(HKEY_LOCAL_MACHINE, kHome, "Note"), ERROR_SUCCESS);
-    EXPECT_EQ(query(store, HKEY_LOCAL_MACHINE, kHome, "Note"), "error 2");
-    EXPECT_EQ(store.deleteValue(HKEY_LOCAL_MACHINE, kHome, "Note"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(store.setValue(0x1234, kHome, "X", {}), ERROR_BADKEY);
-    // An INI file has no line for an empty name in the program's own key.
-    EXPECT_EQ(store.setValue(HKEY_LOCAL_MACHINE, kHome, "/", {}), ERROR_INVALID_PARAMETER);
+    EXPECT_TRUE(store.keyExists().ok());
+    EXPECT_EQ(query(store, "Note"), "a, b ; c");
+    EXPECT_EQ(query(store, "X"), "(missing)");
+    // An INI file has no line for an empty name.
+    EXPECT_EQ(store.write("/", {}).status, SettingsStatus::InvalidParameter);
 
     // The usual permissions, and no temporary file left beside it.
     struct stat info {};
@@ -64,29 +62,45 @@ TEST(IniSettingsStore, RoundTripAndErrors) {
               1);
 }
 
+// Sections other than [General] are what earlier releases kept for other keys: they stay as they
+// are, and alone they are no saved settings.
 TEST(IniSettingsStore, FilesOfEarlierReleasesKeepWorking) {
     test::TempFolder dir;
     const std::string path = dir.filePath("chronvale-server.conf");
-    ASSERT_TRUE(test::writeFile(path, "[General]\nCVL3777=YES:YES:NO:3777\n"
-                                      "Settings=\"YES:59:Minutes/s:NA:36\"\nStrictSync=YES\n"));
+    ASSERT_TRUE(test::writeFile(path, "[Other]\nSoftware\\X=1\n"));
     IniSettingsStore store(path);
-    EXPECT_EQ(query(store, HKEY_LOCAL_MACHINE, kHome, "Settings"), "YES:59:Minutes/s:NA:36");
-    EXPECT_EQ(store.setValue(HKEY_LOCAL_MACHINE, kHome, "OpenMinimized", "NO"), ERROR_SUCCESS);
+    EXPECT_EQ(store.keyExists().status, SettingsStatus::NotFound);
+
+    ASSERT_TRUE(test::writeFile(path, "[General]\nCVL3777=YES:YES:NO:3777\n"
+                                      "Settings=\"YES:59:Minutes/s:NA:36\"\nStrictSync=YES\n"
+                                      "\n[Other]\nSoftware\\X=1\n"));
+    EXPECT_TRUE(store.keyExists().ok());
+    EXPECT_EQ(query(store, "Settings"), "YES:59:Minutes/s:NA:36");
+    EXPECT_TRUE(store.write("OpenMinimized", "NO").ok());
     EXPECT_EQ(test::readFile(path), "[General]\nCVL3777=YES:YES:NO:3777\nOpenMinimized=NO\n"
-                                    "Settings=YES:59:Minutes/s:NA:36\nStrictSync=YES\n");
+                                    "Settings=YES:59:Minutes/s:NA:36\nStrictSync=YES\n"
+                                    "\n[Other]\nSoftware\\X=1\n");
 }
 
-TEST(IniSettingsStore, UnwritablePlaceIsDeniedAndTheOldFileStays) {
+// Root may write anywhere, so the unwritable places are ones no user can write.
+TEST(IniSettingsStore, UnwritablePlacesAreDeniedInTheSystemsWordsAndTheOldFileStays) {
     test::TempFolder dir;
-    // Root may write anywhere, so the unwritable place is a path under a file.
+    const auto denied = [](int code, const char* words) {
+        return failure(SettingsResult(SettingsStatus::AccessDenied, code, words));
+    };
     ASSERT_TRUE(test::writeFile(dir.filePath("file"), "x"));
     IniSettingsStore blocked(dir.filePath("file/settings.conf"));
-    EXPECT_EQ(blocked.setValue(HKEY_LOCAL_MACHINE, kHome, "X", "1"), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(blocked.openKey(HKEY_LOCAL_MACHINE, kHome), ERROR_CANTOPEN);
+    EXPECT_EQ(failure(blocked.write("X", "1")), denied(ENOTDIR, "Not a directory"));
+    EXPECT_EQ(blocked.keyExists().status, SettingsStatus::CantOpen);
+    EXPECT_EQ(query(blocked, "X"), "(failed: Not a directory)");
 
     // A folder in the file's place: it cannot be read, and nothing replaces it.
     std::filesystem::create_directories(filePath(dir.filePath("folder.conf")));
     IniSettingsStore folder(dir.filePath("folder.conf"));
-    EXPECT_EQ(folder.setValue(HKEY_LOCAL_MACHINE, kHome, "X", "1"), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(failure(folder.write("X", "1")), denied(EISDIR, "Is a directory"));
     EXPECT_TRUE(std::filesystem::is_directory(filePath(dir.filePath("folder.conf"))));
+
+    // A name the file may have but its temporary neighbour may not: the write itself fails.
+    IniSettingsStore longName(dir.filePath(std::string(250, 'n')));
+    EXPECT_EQ(failure(longName.write("X", "1")), denied(ENAMETOOLONG, "File name too long"));
 }

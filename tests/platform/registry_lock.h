@@ -1,5 +1,4 @@
-// Locking a registry key with its access list, apart from the tests because windows.h takes
-// the registry's names as macros.
+// Locking a registry key with its access list, so that a test meets the registry's own refusal.
 #pragma once
 
 #include <string>

@@ -1,8 +1,10 @@
 // The settings store on the real registry (wine's, in the test run's own prefix): values go
-// in and out as written, and the error texts come from the registry's own failures.
-#include "core/registry.h"
+// in and out as written, and the failures are the registry's own refusals, in its words.
+#include "core/settings_access.h"
+#include "platform/windows/registry_key.h"
 #include "platform/windows/registry_settings_store.h"
 #include "platform/windows/run_key_autostart.h"
+#include "platform/windows/system_error_text.h"
 
 #include "registry_lock.h"
 
@@ -11,64 +13,71 @@
 using namespace cvl;
 
 TEST(WindowsRegistry, ValuesAndRealFailures) {
-    RegistrySettingsStore store;
-    Registry registry(store);
+    EXPECT_EQ(RegistrySettingsStore().location(), "HKEY_LOCAL_MACHINE\\Software\\Chronvale Server");
     const std::string key = "Software\\Chronvale Server Test";
+    RegistrySettingsStore store(key);
+    SettingsAccess access(store);
 
-    ASSERT_TRUE(registry.write(HKEY_LOCAL_MACHINE, key, "NTP37", "YES:YES:NO:37"));
-    EXPECT_EQ(registry.read(key, "NTP37"), "YES:YES:NO:37");
-    EXPECT_TRUE(registry.keyExists(HKEY_LOCAL_MACHINE, key));
-    EXPECT_EQ(store.valueNames(HKEY_LOCAL_MACHINE, key), std::vector<std::string>{"NTP37"});
+    ASSERT_TRUE(access.write("NTP37", "YES:YES:NO:37"));
+    EXPECT_EQ(access.read("NTP37"), "YES:YES:NO:37");
+    EXPECT_TRUE(access.keyExists());
+    EXPECT_EQ(store.valueNames(), std::vector<std::string>{"NTP37"});
 
     // Longer than the read buffer: read as nothing, with the registry's own complaint.
-    ASSERT_TRUE(registry.write(HKEY_LOCAL_MACHINE, key, "Long",
-                               std::string(RegistrySettingsStore::kReadBufferBytes, 'x')));
-    EXPECT_EQ(registry.read(key, "Long"), "");
-    EXPECT_EQ(registry.lastError(),
-              "There is more data than the buffer has been allocated to hold.");
+    ASSERT_TRUE(access.write("Long", std::string(RegistrySettingsStore::kReadBufferBytes, 'x')));
+    EXPECT_EQ(access.read("Long"), "");
+    EXPECT_EQ(access.lastError(), "There is more data than the buffer has been allocated to hold.");
+    EXPECT_EQ(access.lastSystemText(), systemErrorText(ERROR_MORE_DATA));
 
-    // Missing keys and values are no error; a handle that is no root is one.
-    EXPECT_FALSE(registry.keyExists(HKEY_LOCAL_MACHINE, key + "\\Missing"));
-    EXPECT_EQ(registry.lastError(), "");
-    EXPECT_EQ(registry.remove(HKEY_LOCAL_MACHINE, key, "NTP37"), ERROR_SUCCESS);
-    EXPECT_EQ(registry.read(key, "NTP37"), "");
-    EXPECT_EQ(registry.lastError(), "");
-    EXPECT_FALSE(registry.write(0x80000009u, key, "NTP37", "x"));
-    EXPECT_TRUE(registry.lastError().starts_with("Undefined Error Code:")) << registry.lastError();
+    // Missing keys and values are no error.
+    RegistrySettingsStore missing(key + "\\Missing");
+    SettingsAccess missingAccess(missing);
+    EXPECT_FALSE(missingAccess.keyExists());
+    EXPECT_EQ(missingAccess.lastError(), "");
+    EXPECT_EQ(access.read("Nothing"), "");
+    EXPECT_EQ(access.lastError(), "");
+
+    // A result the program has no name for keeps its code.
+    const SettingsResult other = settingsResultOf(ERROR_BAD_PATHNAME);
+    EXPECT_EQ(statusLineText(other), "Undefined Error Code:" + std::to_string(ERROR_BAD_PATHNAME));
+    EXPECT_EQ(other.systemText, systemErrorText(ERROR_BAD_PATHNAME));
 }
 
-// A key the registry's access list closes: the registry's own refusal and its text.
+// A key the registry's access list closes: the registry's own refusal and its texts.
 TEST(WindowsRegistry, AccessDenied) {
-    RegistrySettingsStore store;
-    Registry registry(store);
     const std::string key = "Software\\Chronvale Server Test\\Locked";
-    ASSERT_TRUE(registry.write(HKEY_LOCAL_MACHINE, key, "NTP37", "YES:YES:NO:37"));
+    RegistrySettingsStore store(key);
+    SettingsAccess access(store);
+    ASSERT_TRUE(access.write("NTP37", "YES:YES:NO:37"));
     ASSERT_TRUE(test::lockRegistryKey(key, true));
 
-    EXPECT_EQ(registry.read(key, "NTP37"), "");
-    EXPECT_EQ(registry.lastError(), "Access to this key is denied");
-    EXPECT_FALSE(registry.write(HKEY_LOCAL_MACHINE, key, "NTP37", "x"));
-    EXPECT_EQ(registry.lastError(), "Access to this key is denied");
+    EXPECT_EQ(access.read("NTP37"), "");
+    EXPECT_EQ(access.lastError(), "Access to this key is denied");
+    EXPECT_FALSE(access.write("NTP37", "x"));
+    EXPECT_EQ(access.lastError(), "Access to this key is denied");
+    EXPECT_EQ(access.lastSystemText(), systemErrorText(ERROR_ACCESS_DENIED));
 
     ASSERT_TRUE(test::lockRegistryKey(key, false));
-    EXPECT_EQ(registry.read(key, "NTP37"), "YES:YES:NO:37");
-    EXPECT_EQ(registry.remove(HKEY_LOCAL_MACHINE, key, "NTP37"), ERROR_SUCCESS);
+    EXPECT_EQ(access.read("NTP37"), "YES:YES:NO:37");
 }
 
 // Starting with Windows is the Run key's value "Chronvale Server", holding the command.
 TEST(WindowsRegistry, RunKeyEntry) {
-    RegistrySettingsStore store;
-    RunKeyAutostart autostart(store);
+    RunKeyAutostart autostart;
     const std::string runKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
     const std::string command = "C:\\Program Files\\Chronvale\\QBK_CVL_Server.exe";
+    const auto entry = [&runKey](std::string& text) {
+        return RegistryKey(runKey, KEY_QUERY_VALUE).readText("Chronvale Server", text, 1024);
+    };
     ASSERT_TRUE(autostart.write(command));
     EXPECT_TRUE(autostart.exists());
     std::string text;
-    EXPECT_EQ(store.queryValue(HKEY_LOCAL_MACHINE, runKey, "Chronvale Server", text),
-              ERROR_SUCCESS);
+    EXPECT_EQ(entry(text), ERROR_SUCCESS);
     EXPECT_EQ(text, command);
+    // However long the command, the entry is there.
+    ASSERT_TRUE(autostart.write(std::string(2000, 'c')));
+    EXPECT_TRUE(autostart.exists());
     ASSERT_TRUE(autostart.remove());
     EXPECT_FALSE(autostart.exists());
-    EXPECT_EQ(store.queryValue(HKEY_LOCAL_MACHINE, runKey, "Chronvale Server", text),
-              ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(entry(text), ERROR_FILE_NOT_FOUND);
 }

@@ -76,6 +76,28 @@ TEST_F(Synchronisation, AnswerSetsClockAndReference) {
     EXPECT_EQ(toHex(reply.substr(32, 4)), "c39de180");
 }
 
+// The schedule runs on the loop's monotonic clock: an hourly interval asks again after an hour
+// and not a second before, and a query left unanswered is told after five seconds. The
+// clock is moved ahead, so the hour takes a moment.
+TEST_F(Synchronisation, HourlyScheduleAndUnansweredNotice) {
+    rig.store.putHome("Settings", "NO:1:Hour/s:EU:36");
+    startSynchronised();
+    ASSERT_EQ(reference.requests, 1);
+    reference.holding = true;
+    test::skipAhead(*rig.loop, rig.monotonic, 3599s);
+    EXPECT_EQ(reference.requests, 1);
+    test::skipAhead(*rig.loop, rig.monotonic, 1s);
+    ASSERT_TRUE(runUntil([this] { return reference.requests == 2; }));
+    const SyncState& state = server().status().sync();
+    test::skipAhead(*rig.loop, rig.monotonic, 4s);
+    EXPECT_TRUE(state.unansweredText.empty());
+    test::skipAhead(*rig.loop, rig.monotonic, 1s);
+    EXPECT_TRUE(state.unansweredText.starts_with(
+        "No answer from 127.0.0.1 after 5 s; clients are still served from the last answer; "
+        "next try in 359"))
+        << state.unansweredText;
+}
+
 TEST_F(Synchronisation, OnlyFortyEightBytesAreServed) {
     startSynchronised();
     EXPECT_TRUE(exchange(std::string(47, '\1'), 300ms).empty());
@@ -128,7 +150,7 @@ TEST_F(Synchronisation, HostileDatagramsAndForgedAnswers) {
     server().synchroniser().syncNow(); // a query is pending again: forged answers get their chance
     reference.holding = true;
     DatagramSocket attacker(*rig.loop);
-    ASSERT_EQ(attacker.bind(0), DatagramSocket::BindResult::Bound);
+    ASSERT_TRUE(attacker.bind(0).open);
     int sent = 0;
     const auto spray = [&](std::string_view datagram) {
         attacker.send(datagram, test::loopbackAddress(ntpPort));

@@ -36,10 +36,11 @@ bool addToSet(int epoll, int fd, std::uint64_t key, std::uint32_t events) {
 
 } // namespace
 
-EpollEventLoop::EpollEventLoop()
+EpollEventLoop::EpollEventLoop(const MonotonicClock& clock)
     : epoll_(::epoll_create1(EPOLL_CLOEXEC))
     , timerFd_(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC))
-    , wakeFd_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    , wakeFd_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+    , timers_(clock) {
     if (isValid()) {
         addToSet(epoll_, timerFd_, kTimerKey, EPOLLIN);
         addToSet(epoll_, wakeFd_, kWakeKey, EPOLLIN);
@@ -180,25 +181,28 @@ void EpollEventLoop::runPosted() {
     if (posted_.runAll()) {
         quit_ = true;
     }
+    // A clock moved ahead by a test is noticed here: the wait is measured afresh.
+    armTimerFd();
 }
 
 void EpollEventLoop::armTimerFd() {
     itimerspec arming{};
     if (const auto deadline = timers_.nearest()) {
-        const auto sinceEpoch = deadline->time_since_epoch();
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(sinceEpoch);
+        // Measured on the loop's own clock, which need not be the system's.
+        const auto wait = std::max<std::chrono::nanoseconds>(*deadline - timers_.now(),
+                                                             std::chrono::nanoseconds(1));
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(wait);
         arming.it_value.tv_sec = seconds.count();
-        arming.it_value.tv_nsec =
-            std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch - seconds).count();
+        arming.it_value.tv_nsec = (wait - seconds).count();
         if (arming.it_value.tv_sec == 0 && arming.it_value.tv_nsec == 0) {
             arming.it_value.tv_nsec = 1; // zero would disarm it
         }
     }
-    ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &arming, nullptr);
+    ::timerfd_settime(timerFd_, 0, &arming, nullptr);
 }
 
-std::unique_ptr<EventLoop> makeEventLoop() {
-    auto loop = std::make_unique<EpollEventLoop>();
+std::unique_ptr<EventLoop> makeEventLoop(const MonotonicClock& clock) {
+    auto loop = std::make_unique<EpollEventLoop>(clock);
     return loop->isValid() ? std::move(loop) : nullptr;
 }
 

@@ -14,7 +14,7 @@ namespace cvl {
 
 class EpollEventLoop final : public EventLoop {
 public:
-    EpollEventLoop();
+    explicit EpollEventLoop(const MonotonicClock& clock = systemMonotonicClock());
     ~EpollEventLoop() override;
     EpollEventLoop(const EpollEventLoop&) = delete;
     EpollEventLoop& operator=(const EpollEventLoop&) = delete;
@@ -34,6 +34,7 @@ public:
                                      std::chrono::milliseconds period,
                                      std::function<void()> onTimeout) override;
     void stopTimer(TimerId id) override;
+    [[nodiscard]] MonotonicClock::TimePoint now() const override { return timers_.now(); }
     void post(std::function<void()> task) override;
     void run() override;
     void quit() override;

@@ -5,8 +5,8 @@
 #include "platform/linux/xdg_folders.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -14,40 +14,8 @@ namespace cvl {
 
 namespace {
 
-constexpr std::string_view kHomeKey = "Software\\Chronvale Server";
-
-bool isHomeKey(RegistryRoot root, std::string_view subKey) {
-    if (root != HKEY_LOCAL_MACHINE || subKey.size() != kHomeKey.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < subKey.size(); ++i) {
-        const auto lower = [](char c) {
-            return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
-        };
-        if (lower(subKey[i]) != lower(kHomeKey[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
-// The group of a key in the file: none for the program's own key.
-std::string groupFor(RegistryRoot root, const std::string& subKey) {
-    if (isHomeKey(root, subKey)) {
-        return {};
-    }
-    std::string group = registryRootName(root) + '/' + subKey;
-    for (char& c : group) {
-        if (c == '\\') {
-            c = '/';
-        }
-    }
-    return ini::normalizedKey(group);
-}
-
-std::string keyFor(RegistryRoot root, const std::string& subKey, const std::string& name) {
-    const std::string group = groupFor(root, subKey);
-    return ini::normalizedKey(group.empty() ? name : group + '/' + name);
+SettingsResult failure(SettingsStatus status, int error) {
+    return SettingsResult{status, error, std::generic_category().message(error)};
 }
 
 } // namespace
@@ -55,11 +23,11 @@ std::string keyFor(RegistryRoot root, const std::string& subKey, const std::stri
 IniSettingsStore::IniSettingsStore(std::string filePath)
     : path_(std::move(filePath)) {}
 
-bool IniSettingsStore::load(std::map<std::string, std::string>& values) const {
+int IniSettingsStore::load(std::map<std::string, std::string>& values) const {
     values.clear();
     const int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        return errno == ENOENT; // no file yet: no values
+        return errno == ENOENT ? 0 : errno;
     }
     std::string text;
     char buffer[16384];
@@ -68,90 +36,72 @@ bool IniSettingsStore::load(std::map<std::string, std::string>& values) const {
         if (got < 0 && errno == EINTR) {
             continue;
         }
-        if (got <= 0) {
+        if (got < 0) {
+            const int error = errno;
             ::close(fd);
-            if (got < 0) {
-                return false;
-            }
+            return error;
+        }
+        if (got == 0) {
             break;
         }
         text.append(buffer, static_cast<std::size_t>(got));
     }
+    ::close(fd);
     values = ini::parse(text);
-    return true;
+    return 0;
 }
 
-long IniSettingsStore::save(const std::map<std::string, std::string>& values) {
-    makeParentFolders(path_);
-    return writeFileAtomically(path_, ini::format(values)) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
-}
-
-long IniSettingsStore::openKey(RegistryRoot root, const std::string& subKey) const {
-    if (registryRootName(root).empty()) {
-        return ERROR_BADKEY;
-    }
+SettingsResult IniSettingsStore::keyExists() const {
     std::map<std::string, std::string> values;
-    if (!load(values)) {
-        return ERROR_CANTOPEN;
+    if (const int error = load(values); error != 0) {
+        return failure(SettingsStatus::CantOpen, error);
     }
-    // The key exists when it holds a value of its own (not only deeper keys).
-    const std::string group = groupFor(root, subKey);
-    const std::string prefix = group.empty() ? std::string() : group + '/';
-    for (auto it = values.lower_bound(prefix); it != values.end(); ++it) {
-        const std::string& key = it->first;
-        if (!key.starts_with(prefix)) {
-            break;
-        }
-        if (key.find('/', prefix.size()) == std::string::npos) {
-            return ERROR_SUCCESS;
+    // Only a value of [General] counts: other sections are what earlier releases left.
+    for (const auto& entry : values) {
+        if (entry.first.find('/') == std::string::npos) {
+            return {};
         }
     }
-    return ERROR_FILE_NOT_FOUND;
+    return SettingsResult{SettingsStatus::NotFound};
 }
 
-long IniSettingsStore::queryValue(RegistryRoot root, const std::string& subKey,
-                                  const std::string& name, std::string& text) const {
+SettingsResult IniSettingsStore::read(const std::string& name, std::string& text) const {
     text.clear();
     std::map<std::string, std::string> values;
-    if (!load(values)) {
-        return ERROR_CANTREAD;
+    if (const int error = load(values); error != 0) {
+        return failure(SettingsStatus::CantRead, error);
     }
-    const auto found = values.find(keyFor(root, subKey, name));
+    const auto found = values.find(ini::normalizedKey(name));
     if (found == values.end()) {
-        return ERROR_FILE_NOT_FOUND;
+        return SettingsResult{SettingsStatus::NotFound};
     }
     text = found->second;
-    return ERROR_SUCCESS;
+    return {};
 }
 
-long IniSettingsStore::setValue(RegistryRoot root, const std::string& subKey,
-                                const std::string& name, const std::string& text) {
-    if (registryRootName(root).empty()) {
-        return ERROR_BADKEY;
-    }
-    const std::string key = keyFor(root, subKey, name);
-    // An empty name (or one of slashes only) in the program's own key leaves no key at all.
+SettingsResult IniSettingsStore::write(const std::string& name, const std::string& text) {
+    // An empty name (or one of slashes only) has no line in the file.
+    const std::string key = ini::normalizedKey(name);
     if (key.empty()) {
-        return ERROR_INVALID_PARAMETER;
+        return SettingsResult{SettingsStatus::InvalidParameter};
     }
     std::map<std::string, std::string> values;
-    if (!load(values)) {
-        return ERROR_ACCESS_DENIED;
+    if (const int error = load(values); error != 0) {
+        return failure(SettingsStatus::AccessDenied, error);
+    }
+    // Renaming a new file into place needs only the folder's rights: a file the operator made
+    // read-only would be replaced all the same.
+    if (::faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT) {
+        return failure(SettingsStatus::AccessDenied, errno);
     }
     values[key] = text;
-    return save(values);
-}
-
-long IniSettingsStore::deleteValue(RegistryRoot root, const std::string& subKey,
-                                   const std::string& name) {
-    std::map<std::string, std::string> values;
-    if (!load(values)) {
-        return ERROR_ACCESS_DENIED;
+    makeParentFolders(path_);
+    errno = 0;
+    if (!writeFileAtomically(path_, ini::format(values))) {
+        // The call that failed left its reason in errno (a short write leaves none).
+        return failure(SettingsStatus::AccessDenied, errno != 0 ? errno : EIO);
     }
-    if (values.erase(keyFor(root, subKey, name)) == 0) {
-        return ERROR_FILE_NOT_FOUND;
-    }
-    return save(values);
+    return {};
 }
 
 std::string defaultSettingsPath() {

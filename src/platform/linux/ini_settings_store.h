@@ -1,8 +1,7 @@
-// The registry-like store kept in one INI file. The program's own key (HKEY_LOCAL_MACHINE
-// "Software\Chronvale Server") holds its values at the top level, one Name=text line each
-// under [General]; any other key becomes a group named after its root and path. The file is
-// read afresh for every question and rewritten whole for every change, through a temporary
-// file renamed into place, so a crash never leaves half a file.
+// The settings kept in one INI file: one Name=text line each under [General]. The file is read
+// afresh for every question and rewritten whole for every change, through a temporary file
+// renamed into place, so a crash never leaves half a file. Anything else an earlier release
+// left in the file (other sections) is kept as it is.
 #pragma once
 
 #include "platform/settings_store.h"
@@ -16,21 +15,14 @@ class IniSettingsStore final : public SettingsStore {
 public:
     explicit IniSettingsStore(std::string filePath);
 
-    [[nodiscard]] long openKey(RegistryRoot root, const std::string& subKey) const override;
-    [[nodiscard]] long queryValue(RegistryRoot root, const std::string& subKey,
-                                  const std::string& name, std::string& text) const override;
-    long setValue(RegistryRoot root, const std::string& subKey, const std::string& name,
-                  const std::string& text) override;
-    long deleteValue(RegistryRoot root, const std::string& subKey,
-                     const std::string& name) override;
-
-    [[nodiscard]] const std::string& filePath() const { return path_; }
+    [[nodiscard]] std::string location() const override { return path_; }
+    [[nodiscard]] SettingsResult keyExists() const override;
+    [[nodiscard]] SettingsResult read(const std::string& name, std::string& text) const override;
+    SettingsResult write(const std::string& name, const std::string& text) override;
 
 private:
-    // The file's values; false when it exists but cannot be read.
-    bool load(std::map<std::string, std::string>& values) const;
-    // ERROR_SUCCESS, or ERROR_ACCESS_DENIED when the file cannot be written.
-    long save(const std::map<std::string, std::string>& values);
+    // The file's values, or the errno of the read that failed; no file yet is no values.
+    int load(std::map<std::string, std::string>& values) const;
 
     std::string path_;
 };

@@ -7,6 +7,7 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstring>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -70,6 +71,9 @@ inline void prepareDatagramSocket(NativeSocket) {}
         return Failure::InProgress;
     case EADDRINUSE:
         return Failure::AddressInUse;
+    case EACCES:
+    case EPERM:
+        return Failure::PermissionDenied;
     case EAFNOSUPPORT:
     case EADDRNOTAVAIL:
         return Failure::FamilyMissing;
@@ -85,6 +89,14 @@ inline void prepareDatagramSocket(NativeSocket) {}
     default:
         return Failure::Other;
     }
+}
+
+// The last socket call's failure with the system's words for it, read before anything else can
+// change them.
+[[nodiscard]] inline SocketError lastError() {
+    const int code = errno;
+    const Failure failure = lastFailure();
+    return {failure, std::strerror(code)};
 }
 
 } // namespace cvl::sys

@@ -1,6 +1,8 @@
 #include "platform/linux/system_clock.h"
 #include "platform/clock_permission.h"
 
+#include <cerrno>
+#include <cstring>
 #include <ctime>
 
 namespace cvl {
@@ -38,14 +40,14 @@ std::uint32_t SystemClock::tickCountMs() const {
     return static_cast<std::uint32_t>(ms);
 }
 
-bool SystemClock::setSystemTimeUtc(const SystemTime& utc) {
+ClockStep SystemClock::setSystemTimeUtc(const SystemTime& utc) {
     if (!mayStep_) {
-        return false;
+        return {ClockStep::Outcome::NotAllowed, {}};
     }
     // Refuse what the field ranges do not allow rather than let timegm() normalise it.
     if (utc.year < 1970 || utc.month < 1 || utc.month > 12 || utc.day < 1 || utc.day > 31 ||
         utc.hour > 23 || utc.minute > 59 || utc.second > 59 || utc.milliseconds > 999) {
-        return false;
+        return {ClockStep::Outcome::OutOfRange, {}};
     }
     std::tm fields{};
     fields.tm_year = utc.year - 1900;
@@ -56,10 +58,18 @@ bool SystemClock::setSystemTimeUtc(const SystemTime& utc) {
     fields.tm_sec = utc.second;
     const std::time_t seconds = timegm(&fields);
     if (seconds == static_cast<std::time_t>(-1) || fields.tm_mday != utc.day) {
-        return false; // 31 February and the like
+        return {ClockStep::Outcome::OutOfRange, {}}; // 31 February and the like
     }
     const timespec target{seconds, static_cast<long>(utc.milliseconds) * 1000000L};
-    return clock_settime(CLOCK_REALTIME, &target) == 0;
+    if (clock_settime(CLOCK_REALTIME, &target) == 0) {
+        return {};
+    }
+    const int code = errno;
+    std::string reason = std::strerror(code);
+    if (code == EPERM) {
+        reason += "; setting the clock needs root or the CAP_SYS_TIME capability";
+    }
+    return {ClockStep::Outcome::Refused, reason};
 }
 
 } // namespace cvl

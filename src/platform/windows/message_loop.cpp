@@ -78,7 +78,8 @@ unsigned readiness(NativeSocket socket, unsigned interest) {
 
 } // namespace
 
-MessageLoop::MessageLoop() {
+MessageLoop::MessageLoop(const MonotonicClock& clock)
+    : timers_(clock) {
     sys::startSockets();
     if (registerClass()) {
         window_ = CreateWindowExW(0, kClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
@@ -182,6 +183,8 @@ LRESULT MessageLoop::handle(UINT message, WPARAM wParam, LPARAM) {
         if (posted_.runAll()) {
             quit_ = true;
         }
+        // A clock moved ahead by a test is noticed here: the wait is measured afresh.
+        armTimer();
         break;
     case WM_TIMER:
         if (quit_) {
@@ -230,7 +233,7 @@ void MessageLoop::check(WatchId id) {
 
 void MessageLoop::runDueTimers() {
     const auto nearest = timers_.nearest();
-    if (nearest && *nearest <= TimerQueue::Clock::now()) {
+    if (nearest && *nearest <= timers_.now()) {
         timers_.runDue();
         armTimer();
     }
@@ -245,14 +248,14 @@ void MessageLoop::armTimer() {
     // Rounded up, so that the timer never wakes the loop before the deadline; longer waits
     // than a window timer takes are made in steps.
     const auto wait =
-        std::chrono::ceil<std::chrono::milliseconds>(*nearest - TimerQueue::Clock::now());
+        std::chrono::ceil<std::chrono::milliseconds>(*nearest - timers_.now());
     const auto milliseconds =
         std::clamp<std::chrono::milliseconds::rep>(wait.count(), USER_TIMER_MINIMUM, 0x7FFFFFF0);
     SetTimer(window_, kTimerId, static_cast<UINT>(milliseconds), nullptr);
 }
 
-std::unique_ptr<EventLoop> makeEventLoop() {
-    auto loop = std::make_unique<MessageLoop>();
+std::unique_ptr<EventLoop> makeEventLoop(const MonotonicClock& clock) {
+    auto loop = std::make_unique<MessageLoop>(clock);
     return loop->isValid() ? std::move(loop) : nullptr;
 }
 

@@ -18,7 +18,7 @@ namespace cvl {
 
 class MessageLoop final : public EventLoop {
 public:
-    MessageLoop();
+    explicit MessageLoop(const MonotonicClock& clock = systemMonotonicClock());
     ~MessageLoop() override;
     MessageLoop(const MessageLoop&) = delete;
     MessageLoop& operator=(const MessageLoop&) = delete;
@@ -34,6 +34,7 @@ public:
                                      std::chrono::milliseconds period,
                                      std::function<void()> onTimeout) override;
     void stopTimer(TimerId id) override;
+    [[nodiscard]] MonotonicClock::TimePoint now() const override { return timers_.now(); }
     void post(std::function<void()> task) override;
     void run() override;
     void quit() override;

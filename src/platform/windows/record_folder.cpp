@@ -1,4 +1,5 @@
 #include "platform/record_folder.h"
+#include "platform/windows/system_error_text.h"
 #include "platform/windows/wide_text.h"
 
 #include <utility>
@@ -8,15 +9,25 @@ namespace cvl {
 
 namespace {
 
-void writeAll(HANDLE file, std::string_view bytes) {
+using Outcome = RecordFolder::Result::Outcome;
+
+RecordFolder::Result failure() {
+    return {Outcome::Failed, systemErrorText(GetLastError())};
+}
+
+RecordFolder::Result writeAndClose(HANDLE file, std::string_view bytes) {
+    RecordFolder::Result result;
     while (!bytes.empty()) {
         DWORD written = 0;
         if (!WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ||
             written == 0) {
-            return;
+            result = failure();
+            break;
         }
         bytes.remove_prefix(written);
     }
+    CloseHandle(file);
+    return result;
 }
 
 // Shared for reading and writing, so that an operator can look at today's file meanwhile.
@@ -32,38 +43,31 @@ RecordFolder::RecordFolder(std::string folder)
 
 RecordFolder::~RecordFolder() = default;
 
-RecordFolder::AppendResult RecordFolder::append(const std::string& name, std::string_view record) {
+RecordFolder::Result RecordFolder::append(const std::string& name, std::string_view record) {
     const HANDLE file = openForAppend(wideFromUtf8(folder_ + '\\' + name), OPEN_EXISTING);
     if (file == INVALID_HANDLE_VALUE) {
         const DWORD error = GetLastError();
         return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND
-                   ? AppendResult::NoSuchFile
-                   : AppendResult::Failed;
+                   ? Result{Outcome::NoSuchFile, {}}
+                   : failure();
     }
-    writeAll(file, record);
-    CloseHandle(file);
-    return AppendResult::Appended;
+    return writeAndClose(file, record);
 }
 
-void RecordFolder::create(const std::string& name, std::string_view firstContents,
-                          std::string_view record) {
+RecordFolder::Result RecordFolder::create(const std::string& name, std::string_view firstContents,
+                                          std::string_view record) {
     CreateDirectoryW(wideFromUtf8(folder_).c_str(), nullptr); // usually there already
     const std::wstring path = wideFromUtf8(folder_ + '\\' + name);
     HANDLE file = openForAppend(path, CREATE_NEW);
     if (file != INVALID_HANDLE_VALUE) {
-        writeAll(file, firstContents);
-        CloseHandle(file);
-        return;
+        return writeAndClose(file, firstContents);
     }
     if (GetLastError() != ERROR_FILE_EXISTS) {
-        return;
+        return failure();
     }
     // Another process made the file in between; it wrote the header.
     file = openForAppend(path, OPEN_EXISTING);
-    if (file != INVALID_HANDLE_VALUE) {
-        writeAll(file, record);
-        CloseHandle(file);
-    }
+    return file != INVALID_HANDLE_VALUE ? writeAndClose(file, record) : failure();
 }
 
 } // namespace cvl

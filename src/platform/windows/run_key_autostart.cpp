@@ -1,5 +1,7 @@
 #include "platform/windows/run_key_autostart.h"
 
+#include "platform/windows/registry_key.h"
+
 namespace cvl {
 
 namespace {
@@ -10,16 +12,16 @@ const std::string kRunValue = "Chronvale Server";
 } // namespace
 
 bool RunKeyAutostart::exists() const {
-    std::string command;
-    return registry_.queryValue(HKEY_LOCAL_MACHINE, kRunKey, kRunValue, command) == ERROR_SUCCESS;
+    return RegistryKey(kRunKey, KEY_QUERY_VALUE).hasValue(kRunValue);
 }
 
 bool RunKeyAutostart::write(const std::string& command) {
-    return registry_.setValue(HKEY_LOCAL_MACHINE, kRunKey, kRunValue, command) == ERROR_SUCCESS;
+    return RegistryKey(kRunKey, KEY_SET_VALUE, RegistryKey::Mode::Create)
+               .writeText(kRunValue, command) == ERROR_SUCCESS;
 }
 
 bool RunKeyAutostart::remove() {
-    return registry_.deleteValue(HKEY_LOCAL_MACHINE, kRunKey, kRunValue) == ERROR_SUCCESS;
+    return RegistryKey(kRunKey, KEY_SET_VALUE).deleteValue(kRunValue) == ERROR_SUCCESS;
 }
 
 } // namespace cvl

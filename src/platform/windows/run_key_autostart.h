@@ -8,15 +8,11 @@ namespace cvl {
 
 class RunKeyAutostart final : public Autostart {
 public:
-    explicit RunKeyAutostart(SettingsStore& registry)
-        : registry_(registry) {}
+    RunKeyAutostart() = default;
 
     [[nodiscard]] bool exists() const override;
     bool write(const std::string& command) override;
     bool remove() override;
-
-private:
-    SettingsStore& registry_;
 };
 
 } // namespace cvl

@@ -1,4 +1,5 @@
 #include "socket_system.h"
+#include "platform/windows/system_error_text.h"
 
 #include <mutex>
 
@@ -72,6 +73,14 @@ void prepareDatagramSocket(NativeSocket socket) {
                nullptr, nullptr);
 }
 
+SocketError lastError() {
+    const int code = ::WSAGetLastError();
+    const Failure failure = lastFailure();
+    std::string words = systemErrorText(static_cast<unsigned long>(code));
+    ::WSASetLastError(code);
+    return {failure, words};
+}
+
 Failure lastFailure() {
     switch (::WSAGetLastError()) {
     case WSAEWOULDBLOCK:
@@ -81,6 +90,8 @@ Failure lastFailure() {
         return Failure::InProgress;
     case WSAEADDRINUSE:
         return Failure::AddressInUse;
+    case WSAEACCES:
+        return Failure::PermissionDenied;
     case WSAEAFNOSUPPORT:
     case WSAEADDRNOTAVAIL:
         return Failure::FamilyMissing;

@@ -43,5 +43,7 @@ void prepareDatagramSocket(NativeSocket socket);
 
 // Why the last socket call failed.
 [[nodiscard]] Failure lastFailure();
+// The same with the system's words for it.
+[[nodiscard]] SocketError lastError();
 
 } // namespace cvl::sys

@@ -1,5 +1,6 @@
 #include "platform/windows/system_clock.h"
 #include "platform/clock_permission.h"
+#include "platform/windows/system_error_text.h"
 
 #include <windows.h>
 
@@ -46,9 +47,9 @@ std::uint32_t SystemClock::tickCountMs() const {
     return GetTickCount();
 }
 
-bool SystemClock::setSystemTimeUtc(const SystemTime& utc) {
+ClockStep SystemClock::setSystemTimeUtc(const SystemTime& utc) {
     if (!mayStep_) {
-        return false;
+        return {ClockStep::Outcome::NotAllowed, {}};
     }
     static const bool privileged = enableSystemTimePrivilege();
     (void)privileged; // without it the call below is refused, which is all a refusal means
@@ -61,7 +62,18 @@ bool SystemClock::setSystemTimeUtc(const SystemTime& utc) {
     fields.wMinute = utc.minute;
     fields.wSecond = utc.second;
     fields.wMilliseconds = utc.milliseconds;
-    return SetSystemTime(&fields) != FALSE;
+    if (SetSystemTime(&fields) != FALSE) {
+        return {};
+    }
+    const DWORD code = GetLastError();
+    if (code == ERROR_INVALID_PARAMETER) {
+        return {ClockStep::Outcome::OutOfRange, {}};
+    }
+    std::string reason = systemErrorText(code);
+    if (code == ERROR_PRIVILEGE_NOT_HELD || code == ERROR_ACCESS_DENIED) {
+        reason += "; setting the clock needs a program run as an administrator";
+    }
+    return {ClockStep::Outcome::Refused, reason};
 }
 
 } // namespace cvl

@@ -14,7 +14,7 @@ public:
     [[nodiscard]] LocalDateTime localNow() const override;
     [[nodiscard]] int localMilliseconds() const override;
     [[nodiscard]] std::uint32_t tickCountMs() const override;
-    bool setSystemTimeUtc(const SystemTime& utc) override;
+    ClockStep setSystemTimeUtc(const SystemTime& utc) override;
 
 private:
     bool mayStep_;

@@ -2,14 +2,12 @@
 // the system clock and zone, and the console's stop requests.
 #include "platform/system_platform.h"
 
-// Before windows.h, whose macros take the registry's root and result names.
-#include "platform/windows/registry_settings_store.h"
-#include "platform/windows/run_key_autostart.h"
-
 #include "platform/file_path.h"
 #include "platform/server_file_copy.h"
 #include "platform/windows/console_requests.h"
 #include "platform/windows/message_loop.h"
+#include "platform/windows/registry_settings_store.h"
+#include "platform/windows/run_key_autostart.h"
 #include "platform/windows/system_clock.h"
 #include "platform/windows/system_host_info.h"
 #include "platform/windows/system_launcher.h"
@@ -29,8 +27,7 @@ class WindowsSystemPlatform final : public SystemPlatform {
 public:
     explicit WindowsSystemPlatform(const SystemChoices& choices)
         : choices_(choices)
-        , clock_(choices.setClock)
-        , autostart_(settings_) {}
+        , clock_(choices.setClock) {}
 
     [[nodiscard]] bool isValid() const { return loop_.isValid(); }
     EventLoop& loop() override { return loop_; }
