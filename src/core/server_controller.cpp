@@ -83,7 +83,7 @@ void ServerController::setCheckUpdateEnabled(bool enabled) {
 
 void ServerController::checkForUpdates() {
     setCheckUpdateEnabled(false);
-    updateCheck_->QBKUpdate();
+    updateCheck_->start();
 }
 
 void ServerController::serverFileDownloaded() {
@@ -101,8 +101,8 @@ void ServerController::openDateTimeSettings() {
 void ServerController::start(const std::function<void()>& beforeFirstSync) {
     started_ = true;
     // A first reading of the clock, and the zone's name for the display.
-    [[maybe_unused]] const auto first = timeBase_.GrabTime();
-    timeBase_.svrBIAS();
+    [[maybe_unused]] const auto first = timeBase_.ntpNow();
+    timeBase_.readZone();
     status_->changed(StatusChange::TimeZone);
 
     runAtStartup_ = platform_.autostart.exists();
@@ -116,7 +116,7 @@ void ServerController::start(const std::function<void()>& beforeFirstSync) {
     // Every start logs, whatever the saved setting says; the setting only decides what the
     // configuration dialog shows.
     log->setEnabled(true);
-    [[maybe_unused]] const auto second = timeBase_.GrabTime();
+    [[maybe_unused]] const auto second = timeBase_.ntpNow();
     log->setIdentity(platform_.host.hostName(), platform_.host.userName(),
                      platform_.host.localAddress());
     serving_->openLog(std::move(log));
@@ -164,7 +164,7 @@ void ServerController::readServerFile() {
                                                 : std::string("not found")) +
                                 "; asking the update server for it; nothing is synchronised "
                                 "or served until it comes");
-        updateCheck_->QBKUpdate();
+        updateCheck_->start();
         return;
     }
     if (list->entries.empty()) {

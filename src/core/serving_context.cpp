@@ -36,7 +36,7 @@ bool ServingContext::timeSynced() const {
 
 NtpReference ServingContext::ntpReference() const {
     const TimeQuery& query = synchroniser_.query();
-    return {static_cast<std::uint8_t>(ntpFirstByte_), query.RefAddress(), query.LastSyncStamp()};
+    return {static_cast<std::uint8_t>(ntpFirstByte_), query.referenceId(), query.lastSyncStamp()};
 }
 
 void ServingContext::logRequest(const RequestRecord& record) {

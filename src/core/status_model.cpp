@@ -76,7 +76,7 @@ std::string StatusModel::tip() const {
 }
 
 std::string StatusModel::timeZoneLabel() const {
-    return " Time Zone: " + timeBase_.ZoneName();
+    return " Time Zone: " + timeBase_.zoneName();
 }
 
 std::string StatusModel::clockText() const {
@@ -88,7 +88,7 @@ bool StatusModel::synchronised() const {
 }
 
 const std::string& StatusModel::syncMessage() const {
-    return synchroniser_.query().SyncMessage();
+    return synchroniser_.query().syncMessage();
 }
 
 const std::string& StatusModel::serverToolTip() const {
@@ -169,13 +169,13 @@ OverviewStatus StatusModel::overview() const {
         return overview;
     }
     overview.clients = "Synchronised: every enabled service answers its clients";
-    overview.syncResult = query.SyncMessage().empty()
+    overview.syncResult = query.syncMessage().empty()
                               ? "none yet"
-                              : query.SyncMessage() + " (" + offsetText(query.LastOffsetMs()) + ")";
+                              : query.syncMessage() + " (" + offsetText(query.lastOffsetMs()) + ")";
     overview.reference =
-        query.RefServerIP().empty()
+        query.referenceAddressText().empty()
             ? state.currentServer
-            : atTime(state.currentServer + " (" + query.RefServerIP() + ")", query.LastSyncTime());
+            : atTime(state.currentServer + " (" + query.referenceAddressText() + ")", query.lastSyncTime());
     return overview;
 }
 

@@ -32,7 +32,7 @@ std::string DaytimeService::replyText() const {
         namesMonth_ = now.month;
         namesDay_ = now.day;
     }
-    return daytimeText(now, dayName_, monthName_, timeBase.ZoneName());
+    return daytimeText(now, dayName_, monthName_, timeBase.zoneName());
 }
 
 void DaytimeService::answerAtOnce(ImmediateConnection& connection) {

@@ -38,7 +38,7 @@ void NtpService::datagramArrived(DatagramSocket& socket, const Datagram& request
 void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) {
     activity_.showClient(2, request.senderText);
     activity_.light(Lamp::DataIn);
-    const std::optional<NtpTimestamp> receive = host_.timeBase().GrabTime();
+    const std::optional<NtpTimestamp> receive = host_.timeBase().ntpNow();
     if (!receive) {
         return;
     }
@@ -55,7 +55,7 @@ void NtpService::connectionReadyRead(StreamConnection& socket, int) {
         socket.close();
         return;
     }
-    const std::optional<NtpTimestamp> receive = host_.timeBase().GrabTime();
+    const std::optional<NtpTimestamp> receive = host_.timeBase().ntpNow();
     if (!receive) {
         socket.close();
         return;
@@ -73,7 +73,7 @@ void NtpService::connectionBytesWritten(StreamConnection& socket, int) {
 void NtpService::sendReply(std::string_view request, const NtpTimestamp& receive,
                             StreamConnection* connection, DatagramSocket* socket,
                             const PeerAddress& to) {
-    const std::optional<NtpTimestamp> transmit = host_.timeBase().GrabTime();
+    const std::optional<NtpTimestamp> transmit = host_.timeBase().ntpNow();
     if (!transmit) {
         if (connection != nullptr) {
             connection->close();
@@ -81,7 +81,7 @@ void NtpService::sendReply(std::string_view request, const NtpTimestamp& receive
         return;
     }
     const NtpPacket reply = ntpReply(request, receive, *transmit, host_.ntpReference());
-    activity_.noteNtpMilliseconds(host_.timeBase().LastMilliseconds());
+    activity_.noteNtpMilliseconds(host_.timeBase().lastMilliseconds());
     activity_.light(Lamp::DataOut);
     const auto* data = reinterpret_cast<const char*>(reply.data());
     if (connection != nullptr) {

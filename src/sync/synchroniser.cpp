@@ -89,7 +89,7 @@ void Synchroniser::setServers(ServerList list) {
     servers_ = std::move(list);
     state_.selectedServer = -1;
     tell(SyncEvent::ServersChanged);
-    schedule_.CalcRandR(servers_.entries, settings_.region);
+    schedule_.drawPool(servers_.entries, settings_.region);
     if (!servers_.entries.empty()) {
         selectServer(0);
     }
@@ -98,7 +98,7 @@ void Synchroniser::setServers(ServerList list) {
 void Synchroniser::applySettings(SyncSettings settings) {
     settings_ = std::move(settings);
     recalculateInterval();
-    schedule_.CalcRandR(servers_.entries, settings_.region);
+    schedule_.drawPool(servers_.entries, settings_.region);
 }
 
 void Synchroniser::start() {
@@ -111,7 +111,7 @@ void Synchroniser::stop() {
 }
 
 void Synchroniser::recalculateInterval() {
-    if (schedule_.CalcIntC(settings_.syncN, settings_.syncUnit) && tickTimer_.isActive()) {
+    if (schedule_.setInterval(settings_.syncN, settings_.syncUnit) && tickTimer_.isActive()) {
         tickTimer_.start(); // restarts the one-second count
     }
 }
@@ -132,7 +132,7 @@ void Synchroniser::chooseUnit(std::string_view unit) {
 
 void Synchroniser::setRegion(std::string_view region) {
     settings_.region = region;
-    schedule_.CalcRandR(servers_.entries, settings_.region);
+    schedule_.drawPool(servers_.entries, settings_.region);
 }
 
 void Synchroniser::tick() {
@@ -145,7 +145,7 @@ void Synchroniser::tick() {
 
 std::int32_t Synchroniser::secondsToNextSync() const {
     const std::int64_t left =
-        std::int64_t{schedule_.SyncSeconds} - std::int64_t{schedule_.SyncCounter};
+        std::int64_t{schedule_.syncSeconds} - std::int64_t{schedule_.syncCounter};
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(left, 1, INT32_MAX));
 }
 
@@ -162,13 +162,13 @@ void Synchroniser::selectServer(int index) {
 }
 
 void Synchroniser::pickAtRandom() {
-    if (const std::optional<int> position = schedule_.GrabRandom(random_())) {
+    if (const std::optional<int> position = schedule_.pick(random_())) {
         selectServer(*position - 1);
     }
 }
 
 void Synchroniser::syncNow() {
-    if (servers_.entries.empty() || schedule_.PoolCount == 0) {
+    if (servers_.entries.empty() || schedule_.poolCount == 0) {
         return;
     }
     state_.asked = true;
@@ -186,7 +186,7 @@ void Synchroniser::syncNow() {
 }
 
 void Synchroniser::queryUnanswered() {
-    if (!query_->AwaitingReply()) {
+    if (!query_->awaitingReply()) {
         return;
     }
     setUnansweredText("No answer from " + state_.askedServer + " after " +
@@ -209,7 +209,7 @@ void Synchroniser::setUnansweredText(const std::string& text) {
 }
 
 bool Synchroniser::awaitingReply() const {
-    return query_->AwaitingReply();
+    return query_->awaitingReply();
 }
 
 bool Synchroniser::isAnswer(std::string_view datagram, const PeerAddress& from) const {

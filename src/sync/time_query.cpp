@@ -41,7 +41,7 @@ void TimeQuery::transmit(const PeerAddress& address) {
 
     awaitingReply_ = true;
     sentTo_ = address;
-    sendStamp_ = timeBase_.GrabTime().value_or(NtpTimestamp{});
+    sendStamp_ = timeBase_.ntpNow().value_or(NtpTimestamp{});
     sendTicks_ = static_cast<std::int32_t>(clock_.tickCountMs());
     // With the NTP service's UDP socket closed, the query goes out from a socket bound just
     // for it, on a port of the system's choosing; the answer comes back there all the same.
@@ -90,7 +90,7 @@ void TimeQuery::accept(std::string_view answer, const PeerAddress& from) {
     lastClockStep_ = clock_.setSystemTimeUtc(setting.utc);
     syncMessage_ = adjustedMessage(lastOffsetMs_);
     lastSyncTime_ = clock_.localNow();
-    if (const std::optional<NtpTimestamp> stamp = timeBase_.GrabTime()) {
+    if (const std::optional<NtpTimestamp> stamp = timeBase_.ntpNow()) {
         lastSyncStamp_ = *stamp;
     }
     serverToolTip_ = syncToolTip(setting, syncMessage_);

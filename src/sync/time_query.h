@@ -25,7 +25,7 @@ public:
     // Sends one request to host:port from `socket`; onSendFailed when that cannot be done.
     void send(DatagramSocket& socket, const std::string& host, std::uint16_t port);
 
-    [[nodiscard]] bool AwaitingReply() const { return awaitingReply_; }
+    [[nodiscard]] bool awaitingReply() const { return awaitingReply_; }
     // Whether a 48-byte datagram answers the query: only bytes 24, 27 and 31 are compared with
     // the request's transmit stamp, which is all zero. So any client's ordinary request
     // matches too; `strict` also asks for the address and port the query went to, server or
@@ -35,13 +35,13 @@ public:
     // Takes an answer: steps the clock and records the reference, then onSynchronised.
     void accept(std::string_view answer, const PeerAddress& from);
 
-    [[nodiscard]] const std::string& SyncMessage() const { return syncMessage_; }
+    [[nodiscard]] const std::string& syncMessage() const { return syncMessage_; }
     [[nodiscard]] const std::string& serverToolTip() const { return serverToolTip_; }
-    [[nodiscard]] const LocalDateTime& LastSyncTime() const { return lastSyncTime_; }
-    [[nodiscard]] const NtpTimestamp& LastSyncStamp() const { return lastSyncStamp_; }
-    [[nodiscard]] const std::string& RefServerIP() const { return refServerIP_; }
-    [[nodiscard]] const std::array<std::uint8_t, 4>& RefAddress() const { return refAddress_; }
-    [[nodiscard]] double LastOffsetMs() const { return lastOffsetMs_; }
+    [[nodiscard]] const LocalDateTime& lastSyncTime() const { return lastSyncTime_; }
+    [[nodiscard]] const NtpTimestamp& lastSyncStamp() const { return lastSyncStamp_; }
+    [[nodiscard]] const std::string& referenceAddressText() const { return refServerIP_; }
+    [[nodiscard]] const std::array<std::uint8_t, 4>& referenceId() const { return refAddress_; }
+    [[nodiscard]] double lastOffsetMs() const { return lastOffsetMs_; }
     [[nodiscard]] std::int32_t roundTripMs() const { return sendTicks_; }
     // How the last answer's step of the system clock went.
     [[nodiscard]] const ClockStep& lastClockStep() const { return lastClockStep_; }

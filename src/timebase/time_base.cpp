@@ -76,7 +76,7 @@ std::optional<std::int32_t> TimeBase::unixSeconds() const {
     return toInt32(*seconds - secondsFrom1900To1970);
 }
 
-std::optional<NtpTimestamp> TimeBase::GrabTime() {
+std::optional<NtpTimestamp> TimeBase::ntpNow() {
     const std::optional<std::int64_t> wholeSeconds = utcSecondsSince1900();
     if (!wholeSeconds) {
         return std::nullopt;
@@ -121,7 +121,7 @@ std::optional<NtpTimestamp> TimeBase::ntpStamp(std::int64_t wholeSeconds, int mi
     return stamp;
 }
 
-const std::string& TimeBase::svrBIAS() {
+const std::string& TimeBase::readZone() {
     const TimeZoneReading& reading = zone_.GetTimeZoneInformation();
     const std::string& name = reading.result == TimeZoneIdDaylight ? reading.info.DaylightName
                                                                    : reading.info.StandardName;

@@ -36,14 +36,14 @@ public:
 
     // The present as an NTP timestamp, the milliseconds taken from a second clock reading.
     // nullopt when a byte overflows (always so at 999 ms) or the bias does not fit.
-    [[nodiscard]] std::optional<NtpTimestamp> GrabTime();
-    // The millisecond reading GrabTime() last used.
-    [[nodiscard]] int LastMilliseconds() const { return lastMilliseconds_; }
+    [[nodiscard]] std::optional<NtpTimestamp> ntpNow();
+    // The millisecond reading ntpNow() last used.
+    [[nodiscard]] int lastMilliseconds() const { return lastMilliseconds_; }
 
-    // Reads the zone's present name (daylight or standard), keeps it for ZoneName() and
+    // Reads the zone's present name (daylight or standard), keeps it for zoneName() and
     // returns it: up to a NUL and at most 32 characters, as the zone record holds it.
-    const std::string& svrBIAS();
-    [[nodiscard]] const std::string& ZoneName() const { return zoneName_; }
+    const std::string& readZone();
+    [[nodiscard]] const std::string& zoneName() const { return zoneName_; }
 
 private:
     [[nodiscard]] static std::optional<NtpTimestamp> ntpStamp(std::int64_t wholeSeconds,

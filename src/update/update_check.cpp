@@ -60,7 +60,7 @@ UpdateCheck::UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, 
     , updatePort_(updatePort)
     , appVersion_(std::move(AppVersion))
     , qbk(loop)
-    , versionFileSettled_(loop, [this] { saveIT(std::exchange(versionFile_, {})); }) {
+    , versionFileSettled_(loop, [this] { actOnVersionFile(std::exchange(versionFile_, {})); }) {
     versionFileSettled_.setSingleShot(true);
     qbk.onConnected = [this] {
         sendRequest();
@@ -75,7 +75,7 @@ UpdateCheck::UpdateCheck(EventLoop& loop, UpdateHost& host, Prompter& prompter, 
     };
 }
 
-void UpdateCheck::QBKUpdate() {
+void UpdateCheck::start() {
     BytesReceived = 0;
     qbk.close();
     // A connection that cannot be made ends up in failed(), which says nothing.
@@ -167,7 +167,7 @@ void UpdateCheck::failed() {
     }
 }
 
-void UpdateCheck::saveIT(std::string_view qbkdata) {
+void UpdateCheck::actOnVersionFile(std::string_view qbkdata) {
     const std::size_t blankAt = qbkdata.find(kBlankLine);
     const std::size_t bodyAt = blankAt != std::string_view::npos ? blankAt + 4 : 3;
     const std::string body = withoutLineEnds(qbkdata.substr(std::min(bodyAt, qbkdata.size())));
@@ -209,7 +209,7 @@ void UpdateCheck::saveIT(std::string_view qbkdata) {
     if (!GetServerFile) {
         host_.setCheckUpdateEnabled(true);
     } else {
-        QBKUpdate();
+        start();
     }
     if (!UpdatePrompted) {
         prompter_.inform(PromptOwner::ConfigDialog, "Chronvale Server Updater",

@@ -45,11 +45,11 @@ public:
 
     // Starts over: drops whatever the socket was doing and connects to the update server,
     // which is then asked for the version file or, once wanted, the server file.
-    void QBKUpdate();
+    void start();
     // Handles one arrival from the update server, whatever part of the response it holds.
     void received(std::string_view chunk);
     // Acts on a received version file (headers and body, as they arrived).
-    void saveIT(std::string_view qbkdata);
+    void actOnVersionFile(std::string_view qbkdata);
     // The controller has read the downloaded server file: the next check asks for the
     // version file again.
     void serverFileRead() { GetServerFile = false; }

@@ -31,10 +31,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::require(utf8::isValid(entry.text));
     }
     SyncSchedule schedule;
-    schedule.CalcRandR(list.entries, utf8::lastCharacters(list.entries.front().text, 2));
-    fuzz::require(schedule.PoolCount >= 1 && schedule.PoolCount <= maxServerHosts);
+    schedule.drawPool(list.entries, utf8::lastCharacters(list.entries.front().text, 2));
+    fuzz::require(schedule.poolCount >= 1 && schedule.poolCount <= maxServerHosts);
     for (const double r : {0.0, 0.5, 0.9999999}) {
-        const std::optional<int> position = schedule.GrabRandom(r);
+        const std::optional<int> position = schedule.pick(r);
         fuzz::require(position && *position >= 1 && *position <= list.count());
     }
     return 0;

@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                   again.regionCode == general.regionCode &&
                   again.ntpFirstByte == general.ntpFirstByte);
     SyncSchedule schedule;
-    schedule.CalcIntC(general.syncEvery, general.syncUnit);
+    schedule.setInterval(general.syncEvery, general.syncUnit);
     [[maybe_unused]] const bool due = schedule.tick();
     [[maybe_unused]] const std::string kept = SyncSchedule::keepNumeric(general.syncEvery);
 

@@ -1,6 +1,6 @@
 // The update server's response to the update check, cut into arrivals where the input says and
 // handed to the check as its socket hands them over; a version file that completes goes on to
-// saveIT() through the event loop. The program folder is a temporary directory, the prompter
+// actOnVersionFile() through the event loop. The program folder is a temporary directory, the prompter
 // answers from the input, the launcher only records, and a new request goes to a loopback
 // port where nobody listens.
 //
@@ -90,7 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                       "127.0.0.1", 0, appVersion());
     if ((flags & 1) != 0) {
         prompter.answers = ~0u;
-        check.saveIT(kAsksForServerFile);
+        check.actOnVersionFile(kAsksForServerFile);
         fuzz::require(check.serverFileWanted());
         prompter.asked = 0;
     }

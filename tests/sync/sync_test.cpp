@@ -75,9 +75,9 @@ TEST(ServerFile, TheShippedOneHasEveryRegionAndNoHoles) {
 TEST(SyncSchedule, IntervalsTicksAndTheIntervalBox) {
     // The seconds, 7 when left as they were, and whether the timer restarts.
     const auto calc = [](const char* syncN, const char* unit) {
-        SyncSchedule s{.SyncSeconds = 7};
-        const bool restart = s.CalcIntC(syncN, unit);
-        return std::to_string(s.SyncSeconds) + (restart ? " restart" : "");
+        SyncSchedule s{.syncSeconds = 7};
+        const bool restart = s.setInterval(syncN, unit);
+        return std::to_string(s.syncSeconds) + (restart ? " restart" : "");
     };
     EXPECT_EQ(calc("59", "Minutes/s"), "3540");
     EXPECT_EQ(calc("2.5", ""), "172800"); // days, halved to even
@@ -87,10 +87,10 @@ TEST(SyncSchedule, IntervalsTicksAndTheIntervalBox) {
 
     SyncSchedule schedule;
     EXPECT_TRUE(schedule.tick()); // interval 0: every tick
-    schedule.SyncSeconds = 2;
+    schedule.syncSeconds = 2;
     EXPECT_FALSE(schedule.tick());
     EXPECT_TRUE(schedule.tick());
-    schedule.SyncSeconds = schedule.SyncCounter = std::numeric_limits<std::int32_t>::max();
+    schedule.syncSeconds = schedule.syncCounter = std::numeric_limits<std::int32_t>::max();
     EXPECT_TRUE(schedule.tick()); // no wrap
     EXPECT_EQ(SyncSchedule::keepNumeric("59ab"), "59a");
     EXPECT_EQ(SyncSchedule::keepNumeric("59\xC3\xA9"), "59"); // a whole character goes
@@ -100,16 +100,16 @@ TEST(SyncSchedule, IntervalsTicksAndTheIntervalBox) {
 TEST(SyncSchedule, RandomPickFromTheRegion) {
     const auto pick = [](const char* region, double r) {
         SyncSchedule s;
-        s.CalcRandR({{"A EU"}, {"B NA"}, {"C EU"}, {"D EU"}, {"E eu"}}, region);
-        return s.GrabRandom(r).value_or(-1);
+        s.drawPool({{"A EU"}, {"B NA"}, {"C EU"}, {"D EU"}, {"E eu"}}, region);
+        return s.pick(r).value_or(-1);
     };
     EXPECT_EQ(pick("NA", 0.999), 2); // a lone server whatever r
     EXPECT_EQ(pick("EU", 0.25), 3);  // 1.5 and 2.5 both round to the middle one
     EXPECT_EQ(pick("EU", 0.75), 3);
     EXPECT_EQ(pick("AF", 0.0), -1);
     SyncSchedule schedule;
-    schedule.CalcRandR(std::vector<ServerEntry>(400, {"S AP"}), "AP");
-    EXPECT_EQ(schedule.PoolCount, 300);
+    schedule.drawPool(std::vector<ServerEntry>(400, {"S AP"}), "AP");
+    EXPECT_EQ(schedule.poolCount, 300);
 }
 
 TEST(ClockAdjustment, SettingAndTexts) {

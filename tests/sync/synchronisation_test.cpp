@@ -61,7 +61,7 @@ TEST_F(Synchronisation, AnswerSetsClockAndReference) {
     // The fake ticks stand still: no round trip, so 00:00:10 and 250 ms exactly.
     EXPECT_EQ(rig.clock.setCalls[0], (SystemTime{2004, 1, 0, 1, 0, 0, 10, 250}));
     // The send stamp was taken at 00:00:00.000, whose fraction is never zero.
-    EXPECT_EQ(server().synchroniser().query().SyncMessage(),
+    EXPECT_EQ(server().synchroniser().query().syncMessage(),
               "Adjusted by: 10187.9716796875 ms.  CVL Server is Synchronized.");
     EXPECT_EQ(server().listeners().requests(ServiceId::Ntp, Transport::Udp).value(), 0);
 
@@ -70,7 +70,7 @@ TEST_F(Synchronisation, AnswerSetsClockAndReference) {
     const std::string& reply = replies[0];
     ASSERT_EQ(reply.size(), 48u);
     EXPECT_EQ(toHex(reply.substr(0, 16)), "240204ef0000004f000002a17f000001");
-    const auto& stamp = server().synchroniser().query().LastSyncStamp();
+    const auto& stamp = server().synchroniser().query().lastSyncStamp();
     EXPECT_EQ(reply.substr(16, 8), std::string(reinterpret_cast<const char*>(stamp.data()), 8));
     EXPECT_EQ(reply.substr(24, 8), ntpRequest(0).substr(40, 8)); // transmit stamp echoed
     EXPECT_EQ(toHex(reply.substr(32, 4)), "c39de180");
@@ -130,7 +130,7 @@ TEST_P(HeldAnswer, OnlyTheAnswerEndsTheWait) {
     EXPECT_TRUE(exchange(ntpRequest(9), 300ms).empty());
     EXPECT_FALSE(server().status().synchronised());
     exchange("x", 200ms);
-    EXPECT_EQ(server().synchroniser().schedule().SyncCounter, server().synchroniser().schedule().SyncSeconds - 1);
+    EXPECT_EQ(server().synchroniser().schedule().syncCounter, server().synchroniser().schedule().syncSeconds - 1);
     exchange(ntpRequest(0), 300ms);
     EXPECT_EQ(server().status().synchronised(), !strict);
 
@@ -196,9 +196,9 @@ TEST_F(Synchronisation, EmptyPoolAsksNobody) {
 TEST_F(Synchronisation, FailedSendRetriesOnNextTickAndSaysSoOnce) {
     rig.options.referencePort = 0; // the kernel refuses a datagram to port 0
     server().start();
-    EXPECT_EQ(server().synchroniser().schedule().SyncCounter, server().synchroniser().schedule().SyncSeconds);
+    EXPECT_EQ(server().synchroniser().schedule().syncCounter, server().synchroniser().schedule().syncSeconds);
     server().synchroniser().tick();
-    EXPECT_EQ(server().synchroniser().schedule().SyncCounter, server().synchroniser().schedule().SyncSeconds);
+    EXPECT_EQ(server().synchroniser().schedule().syncCounter, server().synchroniser().schedule().syncSeconds);
     // The operator is told once, in words that stay the same from one try to the next.
     EXPECT_TRUE(server().status().sync().queriesFailing);
     struct Counter final : StatusObserver {

@@ -70,14 +70,14 @@ TEST(TimeBase, WholeSeconds) {
 
 // The NTP timestamp from the millisecond reading; the expected bytes were worked out
 // independently from the same steps in double arithmetic.
-TEST(TimeBase, GrabTime) {
+TEST(TimeBase, ntpNow) {
     const auto stamp = [](int milliseconds) {
         FakeClock clock;
         clock.set({2004, 1, 1, 0, 0, 0}, milliseconds);
         const FakeTimeZone utc;
         TimeBase base(clock, utc);
-        const std::string bytes = hex(base.GrabTime());
-        return base.LastMilliseconds() == milliseconds ? bytes : "not kept";
+        const std::string bytes = hex(base.ntpNow());
+        return base.lastMilliseconds() == milliseconds ? bytes : "not kept";
     };
     EXPECT_EQ(stamp(0), "c39de1800fe112cb");   // a substitute, not zero
     EXPECT_EQ(stamp(1), "c39de18000428937");   // the top byte rounds to 0
@@ -89,19 +89,19 @@ TEST(TimeBase, GrabTime) {
 TEST(TimeBase, ZoneNameFollowsDaylightAndIsCut) {
     const FakeClock clock;
     FakeTimeZone zone = FakeTimeZone::easternDaylight();
-    EXPECT_EQ(TimeBase(clock, zone).svrBIAS(), "Eastern Daylight Time");
+    EXPECT_EQ(TimeBase(clock, zone).readZone(), "Eastern Daylight Time");
     zone.reading.result = TimeZoneIdStandard;
     zone.reading.info.StandardName = std::string("AB\0CD", 5);
     TimeBase base(clock, zone);
-    EXPECT_EQ(base.svrBIAS(), "AB");
-    EXPECT_EQ(base.ZoneName(), "AB");
+    EXPECT_EQ(base.readZone(), "AB");
+    EXPECT_EQ(base.zoneName(), "AB");
     zone.reading.info.StandardName = std::string(40, 'x');
-    EXPECT_EQ(base.svrBIAS(), std::string(32, 'x'));
+    EXPECT_EQ(base.readZone(), std::string(32, 'x'));
     // 33 two-byte characters: 32 of them, none split.
     std::string accented;
     for (int i = 0; i < 33; ++i) {
         accented += "\xC3\xA9";
     }
     zone.reading.info.StandardName = accented;
-    EXPECT_EQ(base.svrBIAS(), accented.substr(0, 64));
+    EXPECT_EQ(base.readZone(), accented.substr(0, 64));
 }

@@ -201,11 +201,11 @@ private slots:
         QVERIFY(find<QLabel>(overview, "SyncResult")
                     ->text()
                     .contains(QRegularExpression(
-                        "^" + QRegularExpression::escape(toQString(query.SyncMessage())) +
+                        "^" + QRegularExpression::escape(toQString(query.syncMessage())) +
                         " \\([+-]?\\d+\\.\\d ms\\)$")));
         QCOMPARE(find<QLabel>(overview, "Reference")->text(),
-                 toQString("127.0.0.1 (" + query.RefServerIP() + "), at " +
-                           generalDateText(query.LastSyncTime())));
+                 toQString("127.0.0.1 (" + query.referenceAddressText() + "), at " +
+                           generalDateText(query.lastSyncTime())));
         QVERIFY(!find<QLabel>(overview, "AskedServer")->isVisibleTo(overview));
         QCOMPARE(summary->item(timeRow, 1)->text(), QString("TCP %1, UDP %1").arg(timePort));
 

@@ -66,7 +66,7 @@ struct Rig final : UpdateHost {
             writeFile(this->serverFile(), std::string(10, 's'));
         }
         stub.serve(chunks, reset);
-        check.QBKUpdate();
+        check.start();
     }
 
     // What was asked and said (P and F the program and server-file questions), then the state.
@@ -139,7 +139,7 @@ TEST(UpdateCheck, VersionFileAnswers) {
         Rig r;
         writeFile(r.serverFile(), std::string(c.fileSize, 's'));
         r.prompter.answer = c.answer;
-        r.check.saveIT(c.data);
+        r.check.actOnVersionFile(c.data);
         EXPECT_EQ(r.outcome(), c.outcome);
         if (!r.launcher.started.empty()) { // the updater gets the version and the new caption
             EXPECT_EQ(r.caption, "UPDATEING Chronvale Server");
@@ -159,7 +159,7 @@ TEST(UpdateCheck, MissingServerFileDownloadedOnce) {
     const std::string first = response(list);
     r.stub.serve({response(kSame)});
     r.stub.serve({first.substr(0, 100), first.substr(100, 1100), first.substr(1200)});
-    r.check.QBKUpdate();
+    r.check.start();
     EXPECT_TRUE(r.reaches("notice wanted enabled 1 downloaded"));
     EXPECT_EQ(r.stub.requests, (std::vector<std::string>{request("/Chronvale/CVLVCS4.IPF"),
                                                          request("/Chronvale/QBK_CVLS4.CVL")}));
@@ -170,7 +170,7 @@ TEST(UpdateCheck, MissingServerFileDownloadedOnce) {
     r.enabled = false;
     r.stub.serve({response(kSame)});
     r.stub.serve({response("second list")});
-    r.check.QBKUpdate();
+    r.check.start();
     EXPECT_TRUE(r.reaches("F notice wanted enabled 2 downloaded"));
     EXPECT_EQ(readFile(r.serverFile()), list);
 }
@@ -180,7 +180,7 @@ TEST(UpdateCheck, LengthFromSevenCharactersFileNotTruncated) {
     Rig r;
     writeFile(r.serverFile(), std::string(1000010, 'Z'));
     r.stub.serve({response(std::string(1000000, 'A'), "10000009")});
-    r.check.saveIT(response(kSame));
+    r.check.actOnVersionFile(response(kSame));
     ASSERT_TRUE(test::runUntil(*r.loop, [&] { return r.downloads == 1; }));
     const std::string written = readFile(r.serverFile());
     ASSERT_EQ(written.size(), 1000010u);
@@ -193,7 +193,7 @@ TEST(UpdateCheck, LengthFromSevenCharactersFileNotTruncated) {
 // the next check starts over.
 TEST(UpdateCheck, BrokenResponses) {
     Rig refused(true);
-    refused.check.QBKUpdate();
+    refused.check.start();
     EXPECT_TRUE(refused.reaches("enabled"));
 
     struct Case {
@@ -229,7 +229,7 @@ TEST(UpdateCheck, BrokenResponses) {
 
             r.enabled = false;
             r.stub.serve({response(serverFile ? "list" : kSame)});
-            r.check.QBKUpdate();
+            r.check.start();
             EXPECT_TRUE(
                 r.reaches(serverFile ? "notice wanted enabled 1 downloaded" : "notice enabled"));
         }
