@@ -10,7 +10,7 @@
 # server: the plain one shows what the load generator can drive, the one that writes a record
 # per reply what a request log leaves. A plain responder less than 1.5 times as fast as the
 # fastest server means the load, not the servers, set the rates: the run is marked load-bound
-# and gives no ratios.
+# and gives no NTP throughput ratios.
 #
 # With "log-off" the server measured is bench/chronvale-server-log-off, the same program with
 # its request log switched off, so that the price of writing a record per request shows by
@@ -203,7 +203,7 @@ echo "Minimal responders, same NTP load: $plain_rps replies/s plain, $(per_run "
 if [[ $fastest -le 0 ]]; then
   echo "load-bound: no server answered NTP over UDP, so there is nothing to weigh the load against and no ratios are given"
 elif [[ $load_bound == 1 ]]; then
-  echo "load-bound: the plain responder answers only ${headroom}x the fastest server ($fastest_label, $fastest/s), less than 1.5x: the load generator set these rates, so no ratios are given"
+  echo "load-bound: the plain responder answers only ${headroom}x the fastest server ($fastest_label, $fastest/s), less than 1.5x: the load generator set these rates, so no NTP throughput ratios are given"
 else
   echo "Load check: the plain responder answers ${headroom}x the fastest server ($fastest_label, $fastest/s), at least 1.5x: the servers set these rates"
 fi
@@ -220,15 +220,16 @@ done
 echo
 cpu_per() { awk -v c="${total_cpu[$1]:-0}" -v o="${total_ok[$1]:-0}" 'BEGIN{ if (o > 0) printf "%.2f", c/o; else print 0 }'; }
 p99_of() { median "${all_p99[$1]:-}"; }
+echo "Ratios (this server / the other, same run):"
 if [[ $load_bound == 1 ]]; then
-  echo "Ratios: none, the run is load-bound (see above)."
+  # The UDP load set the throughput figures; the paced run and the TCP runs are not limited by it.
+  echo "- NTP UDP replies/s: none, the run is load-bound (see above)"
 else
-  echo "Ratios (this server / the other, same run):"
   echo "- NTP UDP replies/s vs chronyd: $(ratio "cvl ntp udp" "chronyd ntp udp" "$(per_run "cvl ntp udp")" "$(per_run "chronyd ntp udp")")"
   echo "- NTP UDP replies/s vs the responder with a log (the ceiling a record per request allows): $(ratio "cvl ntp udp" "resp+log ntp udp" "$(per_run "cvl ntp udp")" "$(per_run "resp+log ntp udp")")"
   echo "- NTP UDP replies/s vs the plain responder: $(ratio "cvl ntp udp" "responder ntp udp" "$(per_run "cvl ntp udp")" "$(per_run "responder ntp udp")")"
-  echo "- NTP paced 10000/s, p99 latency vs chronyd: $(ratio "cvl ntp paced" "chronyd ntp paced" "$(p99_of "cvl ntp paced")" "$(p99_of "chronyd ntp paced")")"
-  echo "- Time TCP CPU per connection vs inetd: $(ratio "cvl time tcp" "inetd time tcp" "$(cpu_per "cvl time tcp")" "$(cpu_per "inetd time tcp")")"
-  echo "- Daytime TCP CPU per connection vs inetd: $(ratio "cvl daytime tcp" "inetd daytime tcp" "$(cpu_per "cvl daytime tcp")" "$(cpu_per "inetd daytime tcp")")"
 fi
+echo "- NTP paced 10000/s, p99 latency vs chronyd: $(ratio "cvl ntp paced" "chronyd ntp paced" "$(p99_of "cvl ntp paced")" "$(p99_of "chronyd ntp paced")")"
+echo "- Time TCP CPU per connection vs inetd: $(ratio "cvl time tcp" "inetd time tcp" "$(cpu_per "cvl time tcp")" "$(cpu_per "inetd time tcp")")"
+echo "- Daytime TCP CPU per connection vs inetd: $(ratio "cvl daytime tcp" "inetd daytime tcp" "$(cpu_per "cvl daytime tcp")" "$(cpu_per "inetd daytime tcp")")"
 echo "- Resident memory of the headless server: ${cvl_idle_rss} kB idle, ${cvl_load_rss} kB after 10 s of full load"

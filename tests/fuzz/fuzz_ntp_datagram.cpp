@@ -8,6 +8,7 @@
 //             clock set
 //   bit 2     bytes 24, 27 and 31 cleared, so that 48 bytes match the query
 //   bits 3-7  the clock's millisecond reading, n x 33 (31 gives 999: no timestamp possible)
+#include "core/serving_context.h"
 #include "fuzz_support.h"
 #include "services/ntp_service.h"
 
@@ -31,7 +32,8 @@ struct State {
         fuzz::startServer(unset.rig, ntpOnly, "EU", sink.localPort());
         fuzz::startServer(set.rig, ntpOnly, "EU", sink.localPort()).listeners().setTimeSynced();
         for (Scene* scene : {&asking, &unset, &set}) {
-            scene->ntp = std::make_unique<NtpService>(scene->rig.server());
+            ServingContext& serving = scene->rig.server().serving();
+            scene->ntp = std::make_unique<NtpService>(serving, serving, serving);
         }
     }
 

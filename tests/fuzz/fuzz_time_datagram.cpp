@@ -9,6 +9,7 @@
 //   bit 3     Julian dates on the Daytime service
 // Bytes 1-4: the clock, seconds since 1900 (UTC, most significant first). The rest: the
 // datagram.
+#include "core/serving_context.h"
 #include "fuzz_support.h"
 #include "services/daytime_service.h"
 #include "services/time_service.h"
@@ -36,9 +37,10 @@ struct State {
         const std::vector<std::string> services{"NTP37", "DTS13", "UNIX519"};
         for (Scene* scene : {&unset, &set}) {
             ServerController& server = fuzz::startServer(scene->rig, services, "EU", sink.localPort());
-            scene->time = std::make_unique<TimeService>(server);
-            scene->daytime = std::make_unique<DaytimeService>(server, scene->rig.clock);
-            scene->unixTime = std::make_unique<UnixTimeService>(server);
+            ServingContext& serving = server.serving();
+            scene->time = std::make_unique<TimeService>(serving, serving);
+            scene->daytime = std::make_unique<DaytimeService>(serving, serving, scene->rig.clock);
+            scene->unixTime = std::make_unique<UnixTimeService>(serving, serving);
         }
         set.rig.server().listeners().setTimeSynced();
     }
