@@ -24,8 +24,12 @@ int main() {
 
         const auto start = std::chrono::steady_clock::now();
         for (int i = 0; i < kRecords; ++i) {
-            log.logRequest({{}, "203.0.113.57", static_cast<std::int16_t>(10000 + i % 20000), 48,
-                        "NTPv4", cvl::Transport::Udp});
+            log.logRequest({{},
+                            "203.0.113.57",
+                            static_cast<std::int16_t>(10000 + i % 20000),
+                            48,
+                            "NTPv4",
+                            cvl::Transport::Udp});
         }
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
         std::printf("%d records in %.3f s: %.0f records/s, %.2f us per record\n", kRecords,

@@ -29,8 +29,8 @@ ServerController::ServerController(const Platform& platform, ServerOptions optio
     , synchroniser_(std::make_unique<Synchroniser>(platform.loop, platform.clock, timeBase_,
                                                    listeners_->udpSocket(ServiceId::Ntp),
                                                    options_.referencePort, &diagnostics_))
-    , serving_(std::make_unique<ServingContext>(platform.clock, timeBase_, *listeners_,
-                                                *synchroniser_))
+    , serving_(
+          std::make_unique<ServingContext>(platform.clock, timeBase_, *listeners_, *synchroniser_))
     , status_(std::make_unique<StatusModel>(platform.clock, timeBase_, *listeners_, *serving_,
                                             *synchroniser_))
     , timeService_(std::make_unique<TimeService>(*serving_, *serving_))

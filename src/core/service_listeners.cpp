@@ -1,10 +1,10 @@
 #include "core/service_listeners.h"
 
+#include "core/settings_values.h"
 #include "log/diagnostics.h"
+#include "net/peer_address.h"
 #include "platform/socket_advice.h"
 #include "text/leading_number.h"
-#include "core/settings_values.h"
-#include "net/peer_address.h"
 
 #include <utility>
 
@@ -101,8 +101,8 @@ void ServiceListeners::report(ServiceId id, Transport transport, const std::stri
     if (diagnostics_ != nullptr) {
         const ServiceRow& row = serviceRow(id);
         diagnostics_->report(topicOf(id, transport), Severity::Warning,
-                             std::string(serviceWords(id).name) + " service (" +
-                                 row.registryValue + "): " + what);
+                             std::string(serviceWords(id).name) + " service (" + row.registryValue +
+                                 "): " + what);
     }
 }
 

@@ -4,10 +4,10 @@
 // sent back is the service protocol's business.
 #pragma once
 
-#include "services/lamp.h"
 #include "core/request_counter.h"
 #include "core/service_table.h"
 #include "core/tcp_socket_array.h"
+#include "services/lamp.h"
 #include "services/service_protocol.h"
 
 #include "net/datagram_socket.h"

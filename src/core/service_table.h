@@ -13,7 +13,6 @@
 
 namespace cvl {
 
-
 struct ServiceRow {
     ServiceId id;
     const char* registryValue;  // name of its settings value
@@ -44,7 +43,6 @@ struct ServiceWords {
 [[nodiscard]] ServiceWords serviceWords(ServiceId id);
 [[nodiscard]] const ServiceRow& serviceRow(ServiceId id);
 
-
 // The orders in which start-up and shutdown walk the services.
 inline constexpr std::array<ServiceId, kServiceCount> kSettingsReadOrder{
     ServiceId::Time, ServiceId::Ntp, ServiceId::Unix, ServiceId::Client, ServiceId::Daytime};
@@ -54,6 +52,5 @@ inline constexpr std::array<ServiceId, kServiceCount> kTcpCloseOrder{
     ServiceId::Time, ServiceId::Daytime, ServiceId::Ntp, ServiceId::Unix, ServiceId::Client};
 inline constexpr std::array<ServiceId, kServiceCount> kUdpCloseOrder{
     ServiceId::Client, ServiceId::Unix, ServiceId::Ntp, ServiceId::Daytime, ServiceId::Time};
-
 
 } // namespace cvl

@@ -7,8 +7,8 @@
 
 namespace cvl {
 
-ServingContext::ServingContext(const Clock& clock, TimeBase& timeBase,
-                               ServiceListeners& listeners, Synchroniser& synchroniser)
+ServingContext::ServingContext(const Clock& clock, TimeBase& timeBase, ServiceListeners& listeners,
+                               Synchroniser& synchroniser)
     : clock_(clock)
     , timeBase_(timeBase)
     , listeners_(listeners)

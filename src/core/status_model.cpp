@@ -7,8 +7,9 @@
 #include "timebase/time_base.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 
 namespace cvl {
 
@@ -27,8 +28,14 @@ std::string offsetText(double milliseconds) {
     if (tenths == 0) {
         tenths = 0; // no "-0.0"
     }
-    char text[48];
-    std::snprintf(text, sizeof text, "%s%.1f ms", tenths > 0 ? "+" : "", tenths);
+    // to_chars: a full stop whatever the locale the desktop runs in.
+    std::array<char, 40> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), tenths,
+                                   std::chars_format::fixed, 1)
+                         .ptr;
+    std::string text(tenths > 0 ? "+" : "");
+    text.append(digits.data(), end);
+    text += " ms";
     return text;
 }
 
@@ -133,9 +140,8 @@ void StatusModel::syncEvent(SyncEvent event) {
         const SyncState& state = synchroniser_.state();
         const std::vector<ServerEntry>& entries = synchroniser_.servers().entries;
         const std::string selected =
-            state.selectedServer >= 0
-                ? entries[static_cast<std::size_t>(state.selectedServer)].text
-                : "";
+            state.selectedServer >= 0 ? entries[static_cast<std::size_t>(state.selectedServer)].text
+                                      : "";
         setTip(" Checking Time Server: " + selected + ' ');
         checking_ = true;
         changed(StatusChange::Checking);
@@ -175,7 +181,8 @@ OverviewStatus StatusModel::overview() const {
     overview.reference =
         query.referenceAddressText().empty()
             ? state.currentServer
-            : atTime(state.currentServer + " (" + query.referenceAddressText() + ")", query.lastSyncTime());
+            : atTime(state.currentServer + " (" + query.referenceAddressText() + ")",
+                     query.lastSyncTime());
     return overview;
 }
 
@@ -192,7 +199,8 @@ ServiceStatus StatusModel::service(ServiceId id) const {
     if (listeners_.tcpListening(id)) {
         const std::string port = std::to_string(listeners_.tcpArray(id).listener().serverPort());
         // Clients wait in the backlog until the clock has been set: not "listening" to them.
-        status.tcpState = synced ? "listening on port " + port : "port " + port + ": " + kWaitingForSync;
+        status.tcpState =
+            synced ? "listening on port " + port : "port " + port + ": " + kWaitingForSync;
         status.sockets.push_back(synced ? "TCP " + port : "TCP " + port + ": " + kWaitingForSync);
     } else {
         status.tcpState = "closed";
@@ -205,8 +213,9 @@ ServiceStatus StatusModel::service(ServiceId id) const {
         status.udpState = "closed";
     }
     status.countsTcpRequests = row.countsTcpAccepts;
-    status.tcpRequests = row.countsTcpAccepts ? std::to_string(listeners_.requests(id, Transport::Tcp).value())
-                                              : "not counted";
+    status.tcpRequests = row.countsTcpAccepts
+                             ? std::to_string(listeners_.requests(id, Transport::Tcp).value())
+                             : "not counted";
     status.udpRequests = std::to_string(listeners_.requests(id, Transport::Udp).value());
     const RemoteHost& client = serving_.remoteHost(row.remoteHostBox);
     status.lastClient = client.address.empty() ? "none yet" : atTime(client.address, client.when);

@@ -3,9 +3,9 @@
 // client, so the array only grows to the most simultaneous clients seen.
 #pragma once
 
-#include "platform/event_loop.h"
 #include "net/stream_connection.h"
 #include "net/stream_listener.h"
+#include "platform/event_loop.h"
 
 #include <chrono>
 #include <functional>

@@ -98,8 +98,9 @@ void RequestLog::logRequest(const RequestRecord& record) {
     if (record.service == "NTPv4") {
         byteTotal = record.bytesSent == 48 ? 48 : record.bytesSent == 0 ? record.byteTotal : 0;
     } else {
-        byteTotal =
-            record.byteTotal != 0 ? record.byteTotal : static_cast<std::int32_t>(utf8::characterCount(record.sent));
+        byteTotal = record.byteTotal != 0
+                        ? record.byteTotal
+                        : static_cast<std::int32_t>(utf8::characterCount(record.sent));
     }
 
     line_.clear();
@@ -151,8 +152,9 @@ void RequestLog::noteResult(const RecordFolder::Result& result) {
         return;
     }
     diagnostics_->report(topic, Severity::Error,
-                         "the request log cannot write " + folder_.path() + '/' + fileName_ +
-                             ": " + result.systemText + "; requests are still answered, but "
+                         "the request log cannot write " + folder_.path() + '/' + fileName_ + ": " +
+                             result.systemText +
+                             "; requests are still answered, but "
                              "their records are lost until it can");
 }
 

@@ -92,7 +92,9 @@ BoundSockets bindPair(SocketKind kind, std::uint16_t port) {
 BoundSockets bindEveryAddress(SocketKind kind, std::uint16_t port) {
     BoundSockets bound = bindPair(kind, port);
     // A port chosen free for IPv4 may be taken for IPv6; choose again, a bounded number of times.
-    for (int attempt = 0; port == 0 && bound.error.failure == sys::Failure::AddressInUse && attempt < 16; ++attempt) {
+    for (int attempt = 0;
+         port == 0 && bound.error.failure == sys::Failure::AddressInUse && attempt < 16;
+         ++attempt) {
         bound = bindPair(kind, port);
     }
     return bound;

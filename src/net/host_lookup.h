@@ -3,8 +3,8 @@
 // back to the loop. The one thing that leaves the loop's thread.
 #pragma once
 
-#include "platform/event_loop.h"
 #include "net/peer_address.h"
+#include "platform/event_loop.h"
 
 #include <functional>
 #include <memory>

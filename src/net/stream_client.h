@@ -3,8 +3,8 @@
 // refused connection, a reset) is told apart from the peer's orderly close.
 #pragma once
 
-#include "platform/event_loop.h"
 #include "net/host_lookup.h"
+#include "platform/event_loop.h"
 
 #include <cstdint>
 #include <functional>

@@ -4,8 +4,8 @@
 // client.
 #pragma once
 
-#include "platform/event_loop.h"
 #include "net/peer_address.h"
+#include "platform/event_loop.h"
 
 #include <cstdint>
 #include <functional>

@@ -21,7 +21,6 @@ public:
     StreamListener(const StreamListener&) = delete;
     StreamListener& operator=(const StreamListener&) = delete;
 
-
     // Listens on every address on `port` (0: any free one).
     OpenResult listen(std::uint16_t port);
     void close();

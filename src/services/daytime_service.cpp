@@ -1,9 +1,9 @@
 #include "services/daytime_service.h"
 
-#include "timebase/clock.h"
 #include "platform/local_format.h"
 #include "services/daytime_text.h"
 #include "text/utf8.h"
+#include "timebase/clock.h"
 
 namespace cvl {
 
@@ -41,7 +41,8 @@ void DaytimeService::answerAtOnce(ImmediateConnection& connection) {
     // A refused send still logs; the connection closes either way.
     connection.send(text);
     host_.logRequest({"DayTime Request", connection.peerText(), loggedPort(connection.localPort()),
-                  static_cast<std::int32_t>(utf8::characterCount(text)), kName, Transport::Tcp});
+                      static_cast<std::int32_t>(utf8::characterCount(text)), kName,
+                      Transport::Tcp});
     activity_.showClient(1, connection.peerText());
 }
 
@@ -62,7 +63,8 @@ void DaytimeService::datagramArrived(DatagramSocket& socket, const Datagram& req
     }
     activity_.light(Lamp::DataOut);
     host_.logRequest({text, request.senderText, loggedPort(socket.localPort()),
-                  static_cast<std::int32_t>(utf8::characterCount(text)), kName, Transport::Udp});
+                      static_cast<std::int32_t>(utf8::characterCount(text)), kName,
+                      Transport::Udp});
 }
 
 } // namespace cvl

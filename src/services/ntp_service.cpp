@@ -42,7 +42,8 @@ void NtpService::serveDatagram(DatagramSocket& socket, const Datagram& request) 
     if (!receive) {
         return;
     }
-    host_.logRequest({kGoodNote, request.senderText, loggedPort(socket.localPort()), 48, kName, Transport::Udp});
+    host_.logRequest(
+        {kGoodNote, request.senderText, loggedPort(socket.localPort()), 48, kName, Transport::Udp});
     sendReply(request.data, *receive, nullptr, &socket, request.sender);
 }
 
@@ -60,7 +61,8 @@ void NtpService::connectionReadyRead(StreamConnection& socket, int) {
         socket.close();
         return;
     }
-    host_.logRequest({kGoodNote, client, loggedPort(socket.localPort()), 48, kName, Transport::Tcp});
+    host_.logRequest(
+        {kGoodNote, client, loggedPort(socket.localPort()), 48, kName, Transport::Tcp});
     sendReply(request, *receive, &socket, nullptr, {});
 }
 
@@ -71,8 +73,8 @@ void NtpService::connectionBytesWritten(StreamConnection& socket, int) {
 }
 
 void NtpService::sendReply(std::string_view request, const NtpTimestamp& receive,
-                            StreamConnection* connection, DatagramSocket* socket,
-                            const PeerAddress& to) {
+                           StreamConnection* connection, DatagramSocket* socket,
+                           const PeerAddress& to) {
     const std::optional<NtpTimestamp> transmit = host_.timeBase().ntpNow();
     if (!transmit) {
         if (connection != nullptr) {
@@ -98,8 +100,8 @@ void NtpService::sendReply(std::string_view request, const NtpTimestamp& receive
 
 void NtpService::logError(std::size_t size, int error, std::string_view client, std::int16_t port,
                           Transport transport) {
-    host_.logRequest({std::to_string(size) + " Bytes NTP ERROR: " + std::to_string(error), client, port,
-                  0, kName, transport});
+    host_.logRequest({std::to_string(size) + " Bytes NTP ERROR: " + std::to_string(error), client,
+                      port, 0, kName, transport});
 }
 
 } // namespace cvl

@@ -20,7 +20,7 @@ void TimeService::answerAtOnce(ImmediateConnection& connection) {
     }
     // Logged before anything is sent, unlike the UDP answer.
     host_.logRequest({kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
-                  Transport::Tcp});
+                      Transport::Tcp});
     for (std::size_t i = 0; i < bytes->size(); ++i) {
         activity_.light(Lamp::DataOut);
     }
@@ -57,7 +57,8 @@ void TimeService::answerDatagram(DatagramSocket& socket, const Datagram& request
         return;
     }
     activity_.showClient(0, request.senderText);
-    host_.logRequest({kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, Transport::Udp});
+    host_.logRequest(
+        {kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, Transport::Udp});
 }
 
 } // namespace cvl

@@ -30,7 +30,7 @@ void UnixTimeService::answerAtOnce(ImmediateConnection& connection) {
     const std::array<char, 4> wire = wireBytes(*seconds);
     connection.send(std::string_view(wire.data(), wire.size()));
     host_.logRequest({kNote, connection.peerText(), loggedPort(connection.localPort()), 4, kName,
-                  Transport::Tcp});
+                      Transport::Tcp});
 }
 
 void UnixTimeService::datagramArrived(DatagramSocket& socket, const Datagram& request) {
@@ -48,7 +48,8 @@ void UnixTimeService::datagramArrived(DatagramSocket& socket, const Datagram& re
     if (!socket.send(std::string_view(wire.data(), wire.size()), request.sender)) {
         return;
     }
-    host_.logRequest({kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, Transport::Udp});
+    host_.logRequest(
+        {kNote, request.senderText, loggedPort(socket.localPort()), 4, kName, Transport::Udp});
 }
 
 } // namespace cvl

@@ -1,7 +1,7 @@
 #include "sync/server_list.h"
 
-#include "text/leading_number.h"
 #include "platform/file_path.h"
+#include "text/leading_number.h"
 #include "text/utf8.h"
 
 #include <fstream>

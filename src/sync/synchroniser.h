@@ -47,7 +47,13 @@ struct SyncState {
 };
 
 // What changed, for whoever shows it.
-enum class SyncEvent { ServersChanged, SelectedServerChanged, QuerySent, Synchronised, UnansweredChanged };
+enum class SyncEvent {
+    ServersChanged,
+    SelectedServerChanged,
+    QuerySent,
+    Synchronised,
+    UnansweredChanged
+};
 
 class Synchroniser final {
 public:

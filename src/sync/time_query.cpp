@@ -1,7 +1,7 @@
 #include "sync/time_query.h"
 
-#include "text/leading_number.h"
 #include "net/peer_address.h"
+#include "text/leading_number.h"
 
 #include <algorithm>
 

@@ -4,11 +4,11 @@
 // the send stamp and tick count are taken when the datagram actually leaves.
 #pragma once
 
-#include "timebase/clock.h"
 #include "net/datagram_socket.h"
 #include "net/host_lookup.h"
 #include "net/peer_address.h"
 #include "sync/clock_adjustment.h"
+#include "timebase/clock.h"
 #include "timebase/time_base.h"
 
 #include <array>

@@ -1,9 +1,9 @@
 #include "update/update_check.h"
 
-#include "text/leading_number.h"
 #include "platform/file_path.h"
 #include "platform/launcher.h"
 #include "platform/prompter.h"
+#include "text/leading_number.h"
 #include "text/utf8.h"
 
 #include <filesystem>

@@ -201,7 +201,7 @@ TEST_F(Listeners, ClientsClosedAndTheirSocketsReused) {
     test::skipAhead(*loop, monotonic, 25s);
     EXPECT_FALSE(quiet.closed) << "closed before its time";
     talking->write("x");
-    test::runFor(*loop, 20ms); // the server reads it in real time
+    test::runFor(*loop, 20ms);              // the server reads it in real time
     test::skipAhead(*loop, monotonic, 10s); // past the limit for the quiet one only
     EXPECT_TRUE(runUntil([&] { return quiet.closed; }));
     EXPECT_FALSE(talking->closed);

@@ -1,9 +1,9 @@
 // What every face shows, as the status model words it: the overview before and after the
 // first answer, a service's sockets and counters, the tip and the last clients. The Qt window,
 // the Windows window and the headless lines all lay out these same texts.
+#include "log/request_log.h"
 #include "loopback.h"
 #include "reference_responder.h"
-#include "log/request_log.h"
 #include "server_rig.h"
 
 #include <gtest/gtest.h>
@@ -45,9 +45,9 @@ TEST(StatusModel, FromTheFirstQueryToTheFirstAnswer) {
     ServiceStatus time = status.service(ServiceId::Time);
     EXPECT_EQ(time.tcpState, "port " + portText + ": waiting for the first synchronisation");
     EXPECT_EQ(time.udpState, "bound to port " + portText);
-    EXPECT_EQ(time.sockets, (std::vector<std::string>{
-                                "TCP " + portText + ": waiting for the first synchronisation",
-                                "UDP " + portText}));
+    EXPECT_EQ(time.sockets, (std::vector<std::string>{"TCP " + portText +
+                                                          ": waiting for the first synchronisation",
+                                                      "UDP " + portText}));
     EXPECT_EQ(time.lastClient, "none yet");
     EXPECT_EQ(status.service(ServiceId::Unix).tcpState, "closed");
     EXPECT_EQ(status.service(ServiceId::Ntp).tcpRequests, "not counted");
@@ -59,7 +59,8 @@ TEST(StatusModel, FromTheFirstQueryToTheFirstAnswer) {
     overview = status.overview();
     EXPECT_EQ(overview.clients, "Synchronised: every enabled service answers its clients");
     EXPECT_TRUE(overview.lastQuery.empty());
-    EXPECT_TRUE(overview.syncResult.starts_with(status.syncMessage() + " (")) << overview.syncResult;
+    EXPECT_TRUE(overview.syncResult.starts_with(status.syncMessage() + " ("))
+        << overview.syncResult;
     EXPECT_TRUE(overview.reference.starts_with("127.0.0.1 (127.0.0.1), at ")) << overview.reference;
     time = status.service(ServiceId::Time);
     EXPECT_EQ(time.tcpState, "listening on port " + portText);
@@ -72,8 +73,8 @@ TEST(StatusModel, FromTheFirstQueryToTheFirstAnswer) {
     EXPECT_EQ(status.lampCount(Lamp::DataOut), 4u);
     status.removeObserver(seen);
     for (const StatusChange change :
-         {StatusChange::TimeZone, StatusChange::Servers, StatusChange::Tip,
-          StatusChange::Checking, StatusChange::Synchronised}) {
+         {StatusChange::TimeZone, StatusChange::Servers, StatusChange::Tip, StatusChange::Checking,
+          StatusChange::Synchronised}) {
         EXPECT_NE(std::find(seen.changes.begin(), seen.changes.end(), change), seen.changes.end());
     }
 }

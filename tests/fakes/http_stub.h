@@ -2,9 +2,9 @@
 // responses, written in chunks that arrive separately, then closes or resets the connection.
 #pragma once
 
-#include "platform/event_loop.h"
 #include "net/stream_connection.h"
 #include "net/stream_listener.h"
+#include "platform/event_loop.h"
 
 #include <chrono>
 #include <cstdint>

@@ -72,7 +72,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Only a 48-byte answer to a query that is out sets the clock, once, and ends the wait.
     const std::vector<SystemTime>& sets = s.rig.clock.setCalls;
     fuzz::require(sets.size() <= 1);
-    fuzz::require(sets.empty() || (waiting && bytes.size() == 48 && !server.synchroniser().awaitingReply()));
+    fuzz::require(sets.empty() ||
+                  (waiting && bytes.size() == 48 && !server.synchroniser().awaitingReply()));
     s.rig.clock.setCalls.clear();
     return 0;
 }

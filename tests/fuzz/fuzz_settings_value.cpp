@@ -3,13 +3,13 @@
 // and read again, stored in the settings file and read back from it by another store, and
 // applied to a service's listeners as start-up applies it. A port that would open a socket is
 // replaced by 0 first, so that the kernel picks a free one.
-#include "text/leading_number.h"
 #include "core/service_listeners.h"
 #include "core/settings_values.h"
 #include "fuzz_support.h"
 #include "platform/linux/ini_settings_store.h"
 #include "sync/sync_schedule.h"
 #include "temp_folder.h"
+#include "text/leading_number.h"
 #include "text/utf8.h"
 
 using namespace cvl;

@@ -40,7 +40,7 @@ inline void require(bool holds) {
 // other `region` leaves the pool empty, so that it never asks. Logging is off: records do not
 // depend on the input, and the file would grow with every one.
 inline ServerController& startServer(test::ServerRig& rig, const std::vector<std::string>& services,
-                               const std::string& region, std::uint16_t referencePort) {
+                                     const std::string& region, std::uint16_t referencePort) {
     rig.options.referencePort = referencePort;
     rig.writeServerFile();
     rig.store.putHome("Settings", "NO:59:Minutes/s:" + region + ":36");

@@ -36,7 +36,8 @@ struct State {
         sink.bind(0); // takes the answers, never read
         const std::vector<std::string> services{"NTP37", "DTS13", "UNIX519"};
         for (Scene* scene : {&unset, &set}) {
-            ServerController& server = fuzz::startServer(scene->rig, services, "EU", sink.localPort());
+            ServerController& server =
+                fuzz::startServer(scene->rig, services, "EU", sink.localPort());
             ServingContext& serving = server.serving();
             scene->time = std::make_unique<TimeService>(serving, serving);
             scene->daytime = std::make_unique<DaytimeService>(serving, serving, scene->rig.clock);

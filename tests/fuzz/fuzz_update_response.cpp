@@ -1,7 +1,7 @@
 // The update server's response to the update check, cut into arrivals where the input says and
 // handed to the check as its socket hands them over; a version file that completes goes on to
-// actOnVersionFile() through the event loop. The program folder is a temporary directory, the prompter
-// answers from the input, the launcher only records, and a new request goes to a loopback
+// actOnVersionFile() through the event loop. The program folder is a temporary directory, the
+// prompter answers from the input, the launcher only records, and a new request goes to a loopback
 // port where nobody listens.
 //
 // Byte 0: bit 0  the server file is being fetched (an earlier version file asked for it)

@@ -1,6 +1,6 @@
 #include "loop_waits.h"
-#include "platform/linux/epoll_event_loop.h"
 #include "net/stream_connection.h"
+#include "platform/linux/epoll_event_loop.h"
 
 #include <gtest/gtest.h>
 

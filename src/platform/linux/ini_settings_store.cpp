@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -90,7 +91,12 @@ SettingsResult IniSettingsStore::write(const std::string& name, const std::strin
         return failure(SettingsStatus::AccessDenied, error);
     }
     // Renaming a new file into place needs only the folder's rights: a file the operator made
-    // read-only would be replaced all the same.
+    // read-only would be replaced all the same. Without a write bit it is refused even to
+    // root, who may write anything.
+    struct stat file {};
+    if (::stat(path_.c_str(), &file) == 0 && (file.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
+        return failure(SettingsStatus::AccessDenied, EACCES);
+    }
     if (::faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT) {
         return failure(SettingsStatus::AccessDenied, errno);
     }

@@ -20,15 +20,16 @@ int receiveDatagrams(NativeSocket socket, bool ipv4, std::span<ReceivedDatagram>
         ReceivedDatagram& slot = slots[count];
         sockaddr_in6 sender{};
         int senderSize = sizeof sender;
-        const int got = ::recvfrom(native(socket), whole.data(), static_cast<int>(whole.size()),
-                                   0, reinterpret_cast<sockaddr*>(&sender), &senderSize);
+        const int got = ::recvfrom(native(socket), whole.data(), static_cast<int>(whole.size()), 0,
+                                   reinterpret_cast<sockaddr*>(&sender), &senderSize);
         if (got < 0) {
             if (::WSAGetLastError() == WSAECONNRESET) {
                 continue; // a refusal of an earlier answer, reported late: not a datagram
             }
             break;
         }
-        std::memcpy(slot.buffer, whole.data(), static_cast<std::size_t>(std::min(got, slot.capacity)));
+        std::memcpy(slot.buffer, whole.data(),
+                    static_cast<std::size_t>(std::min(got, slot.capacity)));
         slot.size = got;
         if (ipv4) {
             mapIPv4InPlace(sender);
@@ -48,8 +49,8 @@ bool sendDatagram(NativeSocket socket, std::string_view data, const sockaddr_in6
     const auto* address =
         mapped ? reinterpret_cast<const sockaddr*>(&v4) : reinterpret_cast<const sockaddr*>(&to);
     const int size = mapped ? int{sizeof v4} : int{sizeof to};
-    return ::sendto(native(socket), data.data(), static_cast<int>(data.size()), 0, address,
-                    size) == static_cast<int>(data.size());
+    return ::sendto(native(socket), data.data(), static_cast<int>(data.size()), 0, address, size) ==
+           static_cast<int>(data.size());
 }
 
 void sendDatagrams(NativeSocket socket, std::span<const OutgoingDatagram> datagrams) {

@@ -247,8 +247,7 @@ void MessageLoop::armTimer() {
     }
     // Rounded up, so that the timer never wakes the loop before the deadline; longer waits
     // than a window timer takes are made in steps.
-    const auto wait =
-        std::chrono::ceil<std::chrono::milliseconds>(*nearest - timers_.now());
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*nearest - timers_.now());
     const auto milliseconds =
         std::clamp<std::chrono::milliseconds::rep>(wait.count(), USER_TIMER_MINIMUM, 0x7FFFFFF0);
     SetTimer(window_, kTimerId, static_cast<UINT>(milliseconds), nullptr);

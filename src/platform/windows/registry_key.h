@@ -51,12 +51,6 @@ public:
         return read;
     }
 
-    // Whether the value is there, whatever its length.
-    [[nodiscard]] bool hasValue(const std::string& name) const {
-        return result_ == ERROR_SUCCESS && RegQueryValueExA(key_, name.c_str(), nullptr, nullptr,
-                                                            nullptr, nullptr) == ERROR_SUCCESS;
-    }
-
     LONG writeText(const std::string& name, const std::string& text) {
         return result_ != ERROR_SUCCESS
                    ? result_

@@ -1,6 +1,7 @@
 #include "platform/windows/run_key_autostart.h"
 
 #include "platform/windows/registry_key.h"
+#include "platform/windows/registry_settings_store.h"
 
 namespace cvl {
 
@@ -12,7 +13,12 @@ const std::string kRunValue = "Chronvale Server";
 } // namespace
 
 bool RunKeyAutostart::exists() const {
-    return RegistryKey(kRunKey, KEY_QUERY_VALUE).hasValue(kRunValue);
+    // Read through the same fixed buffer as every setting: a value too long for it does not
+    // count as the program's entry.
+    std::string command;
+    return RegistryKey(kRunKey, KEY_QUERY_VALUE)
+               .readText(kRunValue, command, RegistrySettingsStore::kReadBufferBytes) ==
+           ERROR_SUCCESS;
 }
 
 bool RunKeyAutostart::write(const std::string& command) {

@@ -1,6 +1,6 @@
 #include "platform/windows/system_host_info.h"
-#include "text/ipv4_text.h"
 #include "platform/windows/wide_text.h"
+#include "text/ipv4_text.h"
 
 #include "socket_system.h"
 
