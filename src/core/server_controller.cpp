@@ -60,7 +60,6 @@ ServerController::ServerController(const Platform& platform, ServerOptions optio
     listeners_->setProtocol(ServiceId::Daytime, daytimeService_.get());
     listeners_->setProtocol(ServiceId::Unix, unixTimeService_.get());
     listeners_->setProtocol(ServiceId::Ntp, ntpService_.get());
-    synchroniser_->setStrict(options_.strictSync);
     synchroniser_->onEvent = [this](SyncEvent event) {
         if (event == SyncEvent::Synchronised) {
             listeners_->setTimeSynced();

@@ -101,7 +101,7 @@ void ServiceListeners::report(ServiceId id, Transport transport, const std::stri
     if (diagnostics_ != nullptr) {
         const ServiceRow& row = serviceRow(id);
         diagnostics_->report(topicOf(id, transport), Severity::Warning,
-                             std::string(serviceWords(id).name) + " service (" + row.registryValue +
+                             std::string(row.name) + " service (" + row.registryValue +
                                  "): " + what);
     }
 }

@@ -31,16 +31,12 @@ struct ServiceRow {
     bool acceptShowsPort;      // the client-protocol service shows address:port
     int remoteHostBox;         // which remote-host box shows its clients
     const char* title;         // node of the service tree
+    const char* name;          // what the operator reads it as: "NTP / SNTP"
+    const char* description;   // what it answers, in one sentence
 };
 
 [[nodiscard]] const std::array<ServiceRow, kServiceCount>& serviceTable();
 
-// What a service is called where the operator reads about it, and what it answers.
-struct ServiceWords {
-    const char* name;        // "NTP / SNTP"
-    const char* description; // one sentence
-};
-[[nodiscard]] ServiceWords serviceWords(ServiceId id);
 [[nodiscard]] const ServiceRow& serviceRow(ServiceId id);
 
 // The orders in which start-up and shutdown walk the services.

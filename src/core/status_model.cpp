@@ -188,11 +188,10 @@ OverviewStatus StatusModel::overview() const {
 
 ServiceStatus StatusModel::service(ServiceId id) const {
     const ServiceRow& row = serviceRow(id);
-    const ServiceWords words = serviceWords(id);
     const bool synced = synchronised();
     ServiceStatus status;
-    status.name = words.name;
-    status.description = words.description;
+    status.name = row.name;
+    status.description = row.description;
     status.title = row.title;
     status.controls = listeners_.controls(id);
 

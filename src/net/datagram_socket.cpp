@@ -19,7 +19,13 @@ struct DatagramSocket::Batch {
 
 DatagramSocket::DatagramSocket(EventLoop& loop)
     : loop_(loop)
-    , batch_(new Batch) {}
+    , batch_(new Batch) {
+    // Each slot keeps its own stretch of the buffers for good.
+    for (std::size_t i = 0; i < batch_->received.size(); ++i) {
+        batch_->received[i].buffer = batch_->buffers.data() + i * kKeptBytes;
+        batch_->received[i].capacity = kKeptBytes;
+    }
+}
 
 DatagramSocket::~DatagramSocket() {
     close();
@@ -88,10 +94,6 @@ int DatagramSocket::receiveBatch() {
     const NativeSocket socket = sockets_.fd(ready_);
     if (socket < 0) {
         return 0;
-    }
-    for (std::size_t i = 0; i < batch_->received.size(); ++i) {
-        batch_->received[i].buffer = batch_->buffers.data() + i * kKeptBytes;
-        batch_->received[i].capacity = kKeptBytes;
     }
     return sys::receiveDatagrams(socket, ready_ == FamilySockets::kIPv4, batch_->received);
 }
