@@ -37,7 +37,7 @@ QAbstractButton* makeButton(const QString& caption, const char* name, QWidget* p
     button->initProperties();
     button->setCaption(caption);
     // Framed at rest, so that they read as buttons before the pointer finds them.
-    button->setButtonStyle(QBKButtons::XpStyle);
+    button->setButtonStyle(XpStyle);
     return button;
 }
 

@@ -10,74 +10,15 @@
 #include <QShortcutEvent>
 #include <QTimer>
 #include <QUrl>
-#include <optional>
 
 namespace cvl {
 
 namespace {
 
-using Property = QBKButtons::Property;
 using Look = QBKButtonLook;
 
-enum class Kind { Text, Int16, Bool, Color, Picture, Font };
-
-struct PropertyInfo {
-    const char* name;
-    Kind kind;
-    quint32 number; // the default of numbers, flags and colours
-    const char* text;
-};
-
-// Indexed by Property, so in save order.
-constexpr std::array<PropertyInfo, QBKButtons::kPropertyCount> kProperties{{
-    {"Caption", Kind::Text, 0, ""},
-    {"PicturePosition", Kind::Int16, 1, nullptr},
-    {"ButtonStyle", Kind::Int16, 2, nullptr},
-    {"Picture", Kind::Picture, 0, nullptr},
-    {"PictureWidth", Kind::Int16, 32, nullptr},
-    {"PictureHeight", Kind::Int16, 32, nullptr},
-    {"PictureSize", Kind::Int16, 1, nullptr},
-    {"OriginalPicSizeW", Kind::Int16, 32, nullptr},
-    {"OriginalPicSizeH", Kind::Int16, 32, nullptr},
-    {"PictureHover", Kind::Picture, 0, nullptr},
-    {"Enabled", Kind::Bool, 1, nullptr},
-    {"Font", Kind::Font, 0, nullptr},
-    {"MouseIcon", Kind::Picture, 0, nullptr},
-    {"MousePointer", Kind::Int16, 0, nullptr},
-    {"ShowFocusRect", Kind::Bool, 1, nullptr},
-    {"URL", Kind::Text, 0, ""},
-    {"XPColor_Pressed", Kind::Color, 0x80000014, nullptr},
-    {"XPColor_Hover", Kind::Color, 0x80000016, nullptr},
-    {"XPDefaultColors", Kind::Bool, 1, nullptr},
-    {"BackColor", Kind::Color, 0x8000000F, nullptr},
-    {"ForeColor", Kind::Color, 0x80000012, nullptr},
-    {"SoundOver", Kind::Text, 0, ".\\resources\\over.wav"},
-    {"SoundClick", Kind::Text, 0, ".\\resources\\click.wav"},
-    {"DefCurHand", Kind::Bool, 1, nullptr},
-    {"XPShowBorderAlways", Kind::Bool, 0, nullptr},
-    {"MaskColor", Kind::Color, 0, nullptr},
-    {"TransparentBG", Kind::Bool, 0, nullptr},
-    {"BEVEL", Kind::Int16, 1, nullptr},
-    {"BEVELDEPTH", Kind::Int16, 8, nullptr},
-}};
-
-constexpr QBKButtons::ColorValue kSystemColor = 0x80000000;
-constexpr QBKButtons::ColorValue kButtonShadow = kSystemColor | 0x10;
-constexpr QBKButtons::ColorValue kHighlight3d = kSystemColor | 0x14;
-constexpr QBKButtons::ColorValue kDarkShadow3d = kSystemColor | 0x15;
 constexpr int kCustomPointer = 99;
 constexpr int kOverInterval = 50; // ms: how soon a pointer that left is noticed
-constexpr int kGap = 4;           // between picture and caption
-
-const PropertyInfo& info(Property p) {
-    return kProperties[static_cast<std::size_t>(p)];
-}
-
-// Caption, Font and Enabled live in the widget itself, so that QWidget's own setters and
-// the saved value never disagree.
-bool heldByWidget(Property p) {
-    return p == Property::Caption || p == Property::Font || p == Property::Enabled;
-}
 
 QPalette::ColorRole systemRole(int index) {
     switch (index) {
@@ -120,131 +61,10 @@ QPalette::ColorRole systemRole(int index) {
     }
 }
 
-std::optional<QVariant> convert(Kind kind, const QVariant& in) {
-    bool ok = false;
-    switch (kind) {
-    case Kind::Text:
-        if (!in.canConvert<QString>())
-            return std::nullopt;
-        return in.toString();
-    case Kind::Int16: {
-        const int n = in.toInt(&ok);
-        return ok ? std::optional<QVariant>(qBound(-32768, n, 32767)) : std::nullopt;
-    }
-    case Kind::Bool:
-        if (!in.canConvert<bool>())
-            return std::nullopt;
-        return in.toBool();
-    case Kind::Color: {
-        if (in.metaType() == QMetaType::fromType<QColor>())
-            return QBKButtons::colorValue(in.value<QColor>());
-        const qlonglong n = in.toLongLong(&ok); // a signed store may hand back 0x8... negative
-        return ok ? std::optional<QVariant>(static_cast<QBKButtons::ColorValue>(n)) : std::nullopt;
-    }
-    case Kind::Picture:
-        if (!in.isValid())
-            return QPixmap();
-        if (in.metaType() == QMetaType::fromType<QImage>())
-            return QPixmap::fromImage(in.value<QImage>());
-        if (in.metaType() == QMetaType::fromType<QIcon>()) {
-            const QIcon icon = in.value<QIcon>();
-            return icon.pixmap(icon.availableSizes().value(0, QSize(32, 32)));
-        }
-        if (!in.canConvert<QPixmap>())
-            return std::nullopt;
-        return in.value<QPixmap>();
-    case Kind::Font:
-        if (!in.canConvert<QFont>())
-            return std::nullopt;
-        return in.value<QFont>();
-    }
-    return std::nullopt;
-}
-
-// QPixmap has no equality; two pictures are the same when both are empty or they share data.
-bool same(const QVariant& a, const QVariant& b) {
-    if (a.metaType() == QMetaType::fromType<QPixmap>() &&
-        b.metaType() == QMetaType::fromType<QPixmap>()) {
-        const auto pa = a.value<QPixmap>();
-        const auto pb = b.value<QPixmap>();
-        return (pa.isNull() && pb.isNull()) || pa.cacheKey() == pb.cacheKey();
-    }
-    return a == b;
-}
-
-bool isInside(QPointF pos, QSize size) {
-    return pos.x() >= 0 && pos.x() < size.width() && pos.y() >= 0 && pos.y() < size.height();
-}
-
 QColor mix(const QColor& a, const QColor& b, qreal t) {
     return QColor::fromRgbF(a.redF() + (b.redF() - a.redF()) * t,
                             a.greenF() + (b.greenF() - a.greenF()) * t,
                             a.blueF() + (b.blueF() - a.blueF()) * t);
-}
-
-int clampedDepth(int depth) {
-    return qBound(1, depth, 16);
-}
-
-// How far the frame of a style reaches in, the same in every state so that nothing moves
-// when the frame comes and goes.
-int frameInset(int style, int bevel, int depth) {
-    switch (style) {
-    case QBKButtons::RaisedStyle:
-    case QBKButtons::HoverStyle:
-        return 1 + (bevel >= 2 ? clampedDepth(depth) : 2); // 1 for the default-button frame
-    case QBKButtons::XpStyle:
-        return 2;
-    default:
-        return 1;
-    }
-}
-
-QSize groupSize(QSize picture, QSize text, int position) {
-    if (picture.isEmpty() || text.isEmpty() || position == QBKButtons::Behind)
-        return picture.expandedTo(text);
-    if (position == QBKButtons::Above || position == QBKButtons::Below)
-        return {qMax(picture.width(), text.width()), picture.height() + kGap + text.height()};
-    return {picture.width() + kGap + text.width(), qMax(picture.height(), text.height())};
-}
-
-QRect centredIn(QSize size, const QRect& box) {
-    QRect r(QPoint(), size);
-    r.moveCenter(box.center());
-    return r;
-}
-
-struct Placement {
-    QRect picture;
-    QRect text;
-};
-
-Placement place(const QRect& area, QSize picture, QSize text, int position) {
-    const QRect g = centredIn(groupSize(picture, text, position), area);
-    if (picture.isEmpty() || text.isEmpty() || position == QBKButtons::Behind)
-        return {centredIn(picture, g), centredIn(text, g)};
-    const int pw = picture.width();
-    const int ph = picture.height();
-    const int tw = text.width();
-    const int th = text.height();
-    switch (position) {
-    case QBKButtons::Above:
-        return {centredIn(picture, {g.left(), g.top(), g.width(), ph}),
-                centredIn(text, {g.left(), g.bottom() + 1 - th, g.width(), th})};
-    case QBKButtons::Below:
-        return {centredIn(picture, {g.left(), g.bottom() + 1 - ph, g.width(), ph}),
-                centredIn(text, {g.left(), g.top(), g.width(), th})};
-    case QBKButtons::RightOf:
-        return {centredIn(picture, {g.right() + 1 - pw, g.top(), pw, g.height()}),
-                centredIn(text, {g.left(), g.top(), tw, g.height()})};
-    default:
-        return {centredIn(picture, {g.left(), g.top(), pw, g.height()}),
-                centredIn(text, {g.right() + 1 - tw, g.top(), tw, g.height()})};
-    }
-}
-
-QSize captionSize(const QFont& font, const QString& caption) {
-    return caption.isEmpty() ? QSize() : QFontMetrics(font).size(Qt::TextShowMnemonic, caption);
 }
 
 // Frames are filled one logical pixel wide, so they stay crisp at any whole pixel ratio.
@@ -256,7 +76,7 @@ void edge(QPainter& p, const QRect& r, const QColor& topLeft, const QColor& bott
 }
 
 void bevelFrame(QPainter& p, const QRect& r, const Look& look, bool sunken) {
-    const int depth = qMin(clampedDepth(look.bevelDepth), qMin(r.width(), r.height()) / 3);
+    const int depth = qMin(look.frame.bevelDepth, qMin(r.width(), r.height()) / 3);
     const QColor light = sunken ? look.darkShadow : look.highlight;
     const QColor dark = sunken ? look.highlight : look.darkShadow;
     for (int i = 0; i < depth; ++i) {
@@ -266,14 +86,14 @@ void bevelFrame(QPainter& p, const QRect& r, const Look& look, bool sunken) {
 }
 
 void raisedFrame(QPainter& p, const QRect& r, const Look& look) {
-    if (look.bevel >= 2)
+    if (look.frame.bevelDepth > 0)
         return bevelFrame(p, r, look, false);
     edge(p, r, look.highlight, look.darkShadow);
     edge(p, r.adjusted(1, 1, -1, -1), Qt::transparent, look.shadow);
 }
 
 void sunkenFrame(QPainter& p, const QRect& r, const Look& look) {
-    if (look.bevel >= 2)
+    if (look.frame.bevelDepth > 0)
         return bevelFrame(p, r, look, true);
     edge(p, r, look.darkShadow, look.highlight);
     edge(p, r.adjusted(1, 1, -1, -1), look.shadow, Qt::transparent);
@@ -281,26 +101,28 @@ void sunkenFrame(QPainter& p, const QRect& r, const Look& look) {
 
 // This look never draws the dotted focus rectangle, so focus shows in the shading itself: a
 // border in the focus colour with a faint inner ring, distinct from the hover ring.
-void xpFrame(QPainter& p, const Look& look, Look::State state, bool focused) {
+void xpFrame(QPainter& p, const Look& look) {
+    const ButtonLookState state = look.frame.xpState;
+    const bool focused = look.frame.xpFocused;
     QColor base = look.face;
-    if (!look.xpDefaultColors && state == Look::Hover)
+    if (!look.xpDefaultColors && state == ButtonLookState::Hover)
         base = look.xpHover;
-    else if (!look.xpDefaultColors && state == Look::Pressed)
+    else if (!look.xpDefaultColors && state == ButtonLookState::Pressed)
         base = look.xpPressed;
-    else if (state == Look::Pressed)
+    else if (state == ButtonLookState::Pressed)
         base = base.darker(112);
 
     // Half-pixel offsets put one-pixel lines on whole pixels.
     const QRectF box = QRectF(look.rect).adjusted(0.5, 0.5, -0.5, -0.5);
     QLinearGradient shade(box.topLeft(), box.bottomLeft());
-    shade.setColorAt(0, state == Look::Pressed ? base.darker(106) : base.lighter(112));
-    shade.setColorAt(1, state == Look::Pressed ? base.lighter(104) : base.darker(106));
+    shade.setColorAt(0, state == ButtonLookState::Pressed ? base.darker(106) : base.lighter(112));
+    shade.setColorAt(1, state == ButtonLookState::Pressed ? base.lighter(104) : base.darker(106));
     p.save();
     p.setRenderHint(QPainter::Antialiasing);
     p.setPen(QPen(focused ? look.accent : mix(look.face, look.text, 0.5), 1));
     p.setBrush(shade);
     p.drawRoundedRect(box, 3, 3);
-    if (state == Look::Hover && look.xpDefaultColors) {
+    if (state == ButtonLookState::Hover && look.xpDefaultColors) {
         p.setPen(QPen(look.accent, 1.5));
         p.setBrush(Qt::NoBrush);
         p.drawRoundedRect(box.adjusted(1.25, 1.25, -1.25, -1.25), 2, 2);
@@ -325,15 +147,91 @@ void dottedRect(QPainter& p, const QRect& r, const QColor& color) {
     }
 }
 
+QRect toQRect(const ButtonBox& box) {
+    return {box.left, box.top, box.width, box.height};
+}
+
+ButtonBox toBox(const QRect& rect) {
+    return {rect.left(), rect.top(), rect.width(), rect.height()};
+}
+
+QSize captionSize(const QFont& font, const QString& caption) {
+    return caption.isEmpty() ? QSize() : QFontMetrics(font).size(Qt::TextShowMnemonic, caption);
+}
+
+bool isInside(QPointF pos, QSize size) {
+    return pos.x() >= 0 && pos.x() < size.width() && pos.y() >= 0 && pos.y() < size.height();
+}
+
+MouseButton mouseButton(Qt::MouseButton button) {
+    return button == Qt::RightButton  ? MouseButton::Right
+           : button == Qt::LeftButton ? MouseButton::Left
+                                      : MouseButton::Middle;
+}
+
+ButtonKey buttonKey(int key) {
+    switch (key) {
+    case Qt::Key_Space:
+    case Qt::Key_Select:
+        return ButtonKey::Space;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        return ButtonKey::Enter;
+    default:
+        return ButtonKey::Other;
+    }
+}
+
 } // namespace
+
+ButtonPicture toButtonPicture(const QPixmap& pixmap) {
+    if (pixmap.isNull())
+        return {};
+    const QImage image = pixmap.toImage().convertToFormat(QImage::Format_ARGB32);
+    ButtonPicture picture{image.width(), image.height(), {}};
+    picture.pixels.reserve(static_cast<std::size_t>(image.width() * image.height()));
+    for (int y = 0; y < image.height(); ++y) {
+        const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+        picture.pixels.insert(picture.pixels.end(), row, row + image.width());
+    }
+    return picture;
+}
+
+QPixmap toPixmap(const ButtonPicture& picture) {
+    if (picture.empty())
+        return {};
+    const QImage image(reinterpret_cast<const uchar*>(picture.pixels.data()), picture.width,
+                       picture.height, picture.width * 4, QImage::Format_ARGB32);
+    return QPixmap::fromImage(image.copy());
+}
+
+ButtonFont toButtonFont(const QFont& font) {
+    return {font.family().toStdString(),
+            font.pointSizeF(),
+            font.bold(),
+            font.italic(),
+            font.underline(),
+            font.strikeOut()};
+}
+
+QFont toQFont(const ButtonFont& font) {
+    QFont q(QString::fromStdString(font.family));
+    if (font.points > 0)
+        q.setPointSizeF(font.points);
+    q.setBold(font.bold);
+    q.setItalic(font.italic);
+    q.setUnderline(font.underline);
+    q.setStrikeOut(font.strikeOut);
+    return q;
+}
 
 QBKButtons::QBKButtons(QWidget* parent)
     : QAbstractButton(parent)
     , overTimer_(new QTimer(this)) {
-    for (int i = 0; i < kPropertyCount; ++i) {
-        if (!heldByWidget(Property(i)))
-            values_[i] = defaultValue(Property(i));
-    }
+    properties_.onChanged = [this](ButtonProperty p) {
+        apply(p);
+        emit propertyChanged(QString::fromLatin1(ButtonProperties::name(p)));
+    };
     setMouseTracking(true); // hovering starts on a move without buttons
     setFocusPolicy(Qt::StrongFocus);
     overTimer_->setObjectName(QStringLiteral("OverTimer"));
@@ -341,126 +239,84 @@ QBKButtons::QBKButtons(QWidget* parent)
     connect(overTimer_, &QTimer::timeout, this, &QBKButtons::checkPointer);
 }
 
-QBKButtons::ColorValue QBKButtons::colorValue(const QColor& color) {
-    return ColorValue(color.red()) | ColorValue(color.green()) << 8 |
-           ColorValue(color.blue()) << 16;
-}
-
 QColor QBKButtons::resolveColor(ColorValue value) const {
-    if (value & kSystemColor)
+    if (isSystemColor(value))
         return palette().color(systemRole(int(value & 0xFF)));
     return QColor(int(value & 0xFF), int(value >> 8 & 0xFF), int(value >> 16 & 0xFF));
 }
 
 void QBKButtons::initProperties() {
-    for (int i = 0; i < kPropertyCount; ++i)
-        assign(Property(i), defaultValue(Property(i)));
-}
-
-void QBKButtons::save(ButtonPropertyStore& store) const {
-    for (int i = 0; i < kPropertyCount; ++i) {
-        const QVariant v = value(Property(i));
-        if (!same(v, defaultValue(Property(i))))
-            store.write(propertyName(Property(i)), v);
-    }
+    const QFont hostFont = parentWidget() ? parentWidget()->font() : QApplication::font(this);
+    properties_.initProperties(objectName().toStdString(), toButtonFont(hostFont));
+    for (int i = 0; i < kButtonPropertyCount; ++i)
+        apply(ButtonProperty(i));
 }
 
 void QBKButtons::load(const ButtonPropertyStore& store) {
-    for (int i = 0; i < kPropertyCount; ++i) {
-        const auto p = Property(i);
-        const QVariant fallback = defaultValue(p);
-        assign(p, convert(info(p).kind, store.read(propertyName(p), fallback)).value_or(fallback));
-    }
+    properties_.load(store);
+    for (int i = 0; i < kButtonPropertyCount; ++i)
+        apply(ButtonProperty(i));
 }
 
-QString QBKButtons::propertyName(Property property) {
-    return QString::fromLatin1(info(property).name);
+bool QBKButtons::set(ButtonProperty property, const ButtonValue& value) {
+    return properties_.set(property, value);
 }
 
-QVariant QBKButtons::value(Property property) const {
-    switch (property) {
-    case Property::Caption:
-        return text();
-    case Property::Font:
-        return font();
-    case Property::Enabled:
-        return !testAttribute(Qt::WA_ForceDisabled); // disabled by itself, not by its parent
-    default:
-        return values_[static_cast<std::size_t>(property)];
-    }
+bool QBKButtons::set(std::string_view name, const ButtonValue& value) {
+    const auto property = ButtonProperties::named(name);
+    return property && set(*property, value);
 }
 
-QVariant QBKButtons::value(const QString& name) const {
-    for (int i = 0; i < kPropertyCount; ++i) {
-        if (name == QLatin1String(kProperties[i].name))
-            return value(Property(i));
-    }
-    return {};
+void QBKButtons::setCaption(const QString& caption) {
+    set(ButtonProperty::Caption, caption.toStdString());
 }
 
-bool QBKButtons::setValue(Property property, const QVariant& value) {
-    const auto converted = convert(info(property).kind, value);
-    if (!converted)
-        return false;
-    if (same(*converted, this->value(property)))
-        return true;
-    assign(property, *converted);
-    emit propertyChanged(propertyName(property));
-    if (property == Property::Picture && !picture().isNull()) {
-        const QSizeF size = picture().deviceIndependentSize();
-        setValue(Property::OriginalPicSizeW, qRound(size.width()));
-        setValue(Property::OriginalPicSizeH, qRound(size.height()));
-    }
-    return true;
-}
-
-bool QBKButtons::setValue(const QString& name, const QVariant& value) {
-    for (int i = 0; i < kPropertyCount; ++i) {
-        if (name == QLatin1String(kProperties[i].name))
-            return setValue(Property(i), value);
-    }
-    return false;
-}
-
-QVariant QBKButtons::defaultValue(Property p) const {
-    const PropertyInfo& i = info(p);
-    switch (i.kind) {
-    case Kind::Text:
-        return p == Property::Caption ? objectName() : QString::fromLatin1(i.text);
-    case Kind::Int16:
-        return int(i.number);
-    case Kind::Bool:
-        return i.number != 0;
-    case Kind::Color:
-        return ColorValue(i.number);
-    case Kind::Picture:
-        return QPixmap();
-    case Kind::Font:
-        return parentWidget() ? parentWidget()->font() : QApplication::font(this);
-    }
-    return {};
-}
-
-void QBKButtons::assign(Property p, const QVariant& value) {
+// Caption, Font and Enabled are also the widget's own, so that Qt's access key, font metrics
+// and input blocking follow them.
+void QBKButtons::apply(ButtonProperty p) {
+    if (syncing_)
+        return;
+    syncing_ = true;
     switch (p) {
-    case Property::Caption:
-        setText(value.toString()); // also the access key
+    case ButtonProperty::Caption:
+        setText(QString::fromStdString(properties_.caption())); // also the access key
         break;
-    case Property::Font:
-        setFont(value.value<QFont>());
+    case ButtonProperty::Font:
+        setFont(toQFont(properties_.font()));
         break;
-    case Property::Enabled:
-        setEnabled(value.toBool());
+    case ButtonProperty::Enabled:
+        setEnabled(properties_.enabled());
         if (!isEnabled())
-            pressed_ = false;
+            behaviour_.disable();
+        break;
+    case ButtonProperty::Picture:
+        picture_ = toPixmap(properties_.picture(p));
+        break;
+    case ButtonProperty::PictureHover:
+        pictureHover_ = toPixmap(properties_.picture(p));
+        break;
+    case ButtonProperty::MousePointer:
+    case ButtonProperty::MouseIcon:
+        applyCursor();
         break;
     default:
-        values_[static_cast<std::size_t>(p)] = value;
+        break;
     }
-    if (p == Property::MousePointer || p == Property::MouseIcon)
-        applyCursor();
+    syncing_ = false;
     updateGeometry();
     update();
+}
+
+void QBKButtons::changeEvent(QEvent* event) {
+    // The host may disable the button as any widget: that is the Enabled property too.
+    if (event->type() == QEvent::EnabledChange && !syncing_) {
+        syncing_ = true;
+        set(ButtonProperty::Enabled, !testAttribute(Qt::WA_ForceDisabled));
+        syncing_ = false;
+        if (!isEnabled())
+            behaviour_.disable();
+    }
+    QAbstractButton::changeEvent(event);
 }
 
 void QBKButtons::setDesignMode(bool on) {
@@ -474,37 +330,35 @@ void QBKButtons::setDefault(bool on) {
 }
 
 QPixmap QBKButtons::currentPicture() const {
-    const QPixmap hover = pictureHover();
-    return hovering_ && !hover.isNull() ? hover : picture();
+    return isHovering() && !pictureHover_.isNull() ? pictureHover_ : picture_;
 }
 
 void QBKButtons::initLook(QBKButtonLook& look) const {
-    const bool shownPressed = (pressed_ && !draggedOff_) || isDown();
+    const ButtonProperties& p = properties_;
+    FrameInputs in;
+    in.style = p.style();
+    in.state = isDown() && isEnabled() ? ButtonLookState::Pressed : behaviour_.look(isEnabled());
+    in.designMode = designMode_;
+    in.isDefault = default_;
+    in.focused = hasFocus();
+    in.showFocusRect = p.flag(ButtonProperty::ShowFocusRect);
+    in.borderAlways = p.flag(ButtonProperty::XpShowBorderAlways);
+    in.bevel = p.number(ButtonProperty::Bevel);
+    in.bevelDepth = p.number(ButtonProperty::BevelDepth);
     look.rect = rect();
-    look.style = buttonStyle();
-    look.state = !isEnabled()   ? Look::Normal
-                 : shownPressed ? Look::Pressed
-                 : hovering_    ? Look::Hover
-                                : Look::Normal;
-    look.designMode = designMode_;
-    look.isDefault = default_;
-    look.focused = hasFocus();
-    look.showFocusRect = showFocusRect();
-    look.borderAlways = xpShowBorderAlways();
-    look.transparent = transparentBg();
-    look.xpDefaultColors = xpDefaultColors();
-    look.bevel = bevel();
-    look.bevelDepth = bevelDepth();
-    look.face = resolveColor(backColor());
-    look.text = isEnabled() ? resolveColor(foreColor())
+    look.frame = planFrame(in);
+    look.transparent = p.flag(ButtonProperty::TransparentBg);
+    look.xpDefaultColors = p.flag(ButtonProperty::XpDefaultColors);
+    look.face = resolveColor(p.color(ButtonProperty::BackColor));
+    look.text = isEnabled() ? resolveColor(p.color(ButtonProperty::ForeColor))
                             : palette().color(QPalette::Disabled, QPalette::ButtonText);
     look.shadow = resolveColor(kButtonShadow);
     look.highlight = resolveColor(kHighlight3d);
     look.darkShadow = resolveColor(kDarkShadow3d);
     look.accent = palette().color(QPalette::Highlight);
-    look.xpHover = resolveColor(xpColorHover());
-    look.xpPressed = resolveColor(xpColorPressed());
-    look.picturePosition = picturePosition();
+    look.xpHover = resolveColor(p.color(ButtonProperty::XpColorHover));
+    look.xpPressed = resolveColor(p.color(ButtonProperty::XpColorPressed));
+    look.picturePosition = p.number(ButtonProperty::PicturePosition);
     look.caption = text();
     look.font = font();
     look.picture = QPixmap();
@@ -512,9 +366,10 @@ void QBKButtons::initLook(QBKButtonLook& look) const {
     QPixmap shown = currentPicture();
     if (shown.isNull())
         return;
-    look.pictureSize = pictureSize() == 0 ? QSize(originalPicSizeW(), originalPicSizeH())
-                                          : QSize(pictureWidth(), pictureHeight());
-    shown.setMask(shown.createMaskFromColor(resolveColor(maskColor()), Qt::MaskInColor));
+    const auto [w, h] = p.pictureDrawSize(isHovering());
+    look.pictureSize = QSize(w, h);
+    shown.setMask(shown.createMaskFromColor(resolveColor(p.color(ButtonProperty::MaskColor)),
+                                            Qt::MaskInColor));
     if (!isEnabled())
         shown = QIcon(shown).pixmap(look.pictureSize, devicePixelRatioF(), QIcon::Disabled);
     look.picture = shown;
@@ -525,76 +380,73 @@ void QBKButtons::paintLook(QPainter& p, const QBKButtonLook& look) {
     if (!look.transparent)
         p.fillRect(r, look.face);
 
-    const bool run = !look.designMode;
-    const Look::State state = run ? look.state : Look::Normal;
-    switch (look.style) {
-    case RaisedStyle:
-    case HoverStyle: {
-        QRect frame = r;
-        const bool focusFrame = look.style == RaisedStyle && look.focused && state != Look::Pressed;
-        if (run && (look.isDefault || focusFrame)) {
-            edge(p, frame, look.darkShadow, look.darkShadow);
-            frame.adjust(1, 1, -1, -1);
-        }
-        if (state == Look::Pressed)
-            sunkenFrame(p, frame, look);
-        else if (state == Look::Hover || look.style == RaisedStyle || !run)
-            raisedFrame(p, frame, look);
-        break;
+    QRect frame = r;
+    if (look.frame.outerLine) {
+        edge(p, frame, look.darkShadow, look.darkShadow);
+        frame.adjust(1, 1, -1, -1);
     }
-    case OutlineStyle:
-        if (!run || state != Look::Normal || look.borderAlways)
-            edge(p, r, look.text, look.text);
+    switch (look.frame.kind) {
+    case FrameKind::Raised:
+        raisedFrame(p, frame, look);
         break;
-    case XpStyle:
-        xpFrame(p, look, state, run && look.focused);
+    case FrameKind::Sunken:
+        sunkenFrame(p, frame, look);
         break;
-    default:
+    case FrameKind::Outline:
+        edge(p, r, look.text, look.text);
+        break;
+    case FrameKind::Xp:
+        xpFrame(p, look);
+        break;
+    case FrameKind::None:
         break;
     }
 
-    const int inset = frameInset(look.style, look.bevel, look.bevelDepth);
+    const int inset = look.frame.inset;
     const QRect focusRect = r.adjusted(inset + 1, inset + 1, -inset - 1, -inset - 1);
     QRect area = r.adjusted(inset + 2, inset + 2, -inset - 2, -inset - 2);
-    if (state == Look::Pressed && look.style <= OutlineStyle)
-        area.translate(1, 1); // the face seems pushed in
+    if (look.frame.contentPushed)
+        area.translate(1, 1);
     const QSize text = captionSize(look.font, look.caption);
     const QSize picture = look.picture.isNull() ? QSize() : look.pictureSize;
-    const Placement at = place(area, picture, text, look.picturePosition);
+    const ButtonPlacement at = placeContent(toBox(area), picture.width(), picture.height(),
+                                            text.width(), text.height(), look.picturePosition);
 
     if (!picture.isEmpty()) {
         p.save();
         p.setRenderHint(QPainter::SmoothPixmapTransform);
-        p.drawPixmap(at.picture, look.picture);
+        p.drawPixmap(toQRect(at.picture), look.picture);
         p.restore();
     }
-    if (look.focused && look.showFocusRect && look.style != XpStyle)
+    if (look.frame.focusRect)
         dottedRect(p, focusRect, look.text);
     if (!text.isEmpty()) {
         p.setFont(look.font);
         p.setPen(look.text);
-        p.drawText(at.text, Qt::AlignCenter | Qt::TextShowMnemonic, look.caption);
+        p.drawText(toQRect(at.text), Qt::AlignCenter | Qt::TextShowMnemonic, look.caption);
     }
 }
 
 void QBKButtons::GoToURL() {
-    const QString target = url();
-    if (target.startsWith(QLatin1String("mailto:"), Qt::CaseSensitive))
+    const QString target = QString::fromStdString(properties_.text(ButtonProperty::Url));
+    switch (linkAction(properties_.text(ButtonProperty::Url))) {
+    case LinkAction::Mail:
         openMail(target);
-    else if (!target.isEmpty())
+        break;
+    case LinkAction::Navigate:
         navigate(target);
+        break;
+    case LinkAction::None:
+        break;
+    }
 }
 
 QSize QBKButtons::contentSize() const {
-    const QPixmap shown = picture().isNull() ? pictureHover() : picture();
-    const QSize pic = shown.isNull()       ? QSize()
-                      : pictureSize() == 0 ? QSize(originalPicSizeW(), originalPicSizeH())
-                                           : QSize(pictureWidth(), pictureHeight());
-    return groupSize(pic, captionSize(font(), text()), picturePosition());
-}
-
-int QBKButtons::contentInset() const {
-    return frameInset(buttonStyle(), bevel(), bevelDepth()) + 2;
+    const auto [w, h] = properties_.pictureDrawSize(false);
+    const QSize text = captionSize(font(), this->text());
+    const ButtonBox size = cvl::contentSize(w, h, text.width(), text.height(),
+                                            properties_.number(ButtonProperty::PicturePosition));
+    return {size.width, size.height};
 }
 
 QSize QBKButtons::sizeHint() const {
@@ -603,8 +455,10 @@ QSize QBKButtons::sizeHint() const {
 }
 
 QSize QBKButtons::minimumSizeHint() const {
-    const QSize content = contentSize().expandedTo(QSize(0, 0));
-    return content + QSize(2 * contentInset(), 2 * contentInset());
+    const int inset =
+        cvl::contentInset(properties_.style(), properties_.number(ButtonProperty::Bevel),
+                          properties_.number(ButtonProperty::BevelDepth));
+    return contentSize() + QSize(2 * inset, 2 * inset);
 }
 
 bool QBKButtons::pointerInside() const {
@@ -619,12 +473,32 @@ void QBKButtons::navigate(const QString& url) {
     QDesktopServices::openUrl(QUrl::fromUserInput(url));
 }
 
+bool QBKButtons::react(const ButtonReaction& reaction) {
+    const QPointer<QBKButtons> self(this);
+    if (reaction.startHoverTimer)
+        overTimer_->start();
+    if (reaction.stopHoverTimer)
+        overTimer_->stop();
+    if (reaction.redraw)
+        update();
+    if (reaction.mouseIn)
+        emit MouseIn(lastModifiers_);
+    if (self && reaction.mouseOut)
+        emit MouseOut(lastModifiers_);
+    if (self && reaction.click) {
+        click();
+        if (self)
+            GoToURL();
+    }
+    return !self.isNull(); // a click may close the dialog
+}
+
 bool QBKButtons::event(QEvent* event) {
     // The access key clicks at once, so that it opens the link like any other click.
     if (event->type() == QEvent::Shortcut && isEnabled()) {
         const auto* shortcutEvent = static_cast<QShortcutEvent*>(event);
         if (!shortcutEvent->isAmbiguous() && shortcutEvent->key() == shortcut()) {
-            activate();
+            react({.click = true});
             return true;
         }
     }
@@ -646,37 +520,23 @@ void QBKButtons::remember(const QMouseEvent* event, Qt::MouseButtons buttons) {
 
 void QBKButtons::mousePressEvent(QMouseEvent* event) {
     remember(event, event->button());
-    if (event->button() != Qt::RightButton) {
-        pressed_ = true;
-        draggedOff_ = false;
-        update();
-    }
+    if (!react(behaviour_.mouseDown(mouseButton(event->button()))))
+        return;
     emit MouseDown(lastButtons_, lastModifiers_, lastPosition_.x(), lastPosition_.y());
 }
 
 void QBKButtons::mouseReleaseEvent(QMouseEvent* event) {
     remember(event, event->button());
-    const QPointer<QBKButtons> self(this);
-    pressed_ = false;
-    if (event->button() != Qt::RightButton) {
-        update();
-        if (isInside(event->position(), size()))
-            activate();
-        if (!self)
-            return; // a click may close the dialog
-    }
+    const bool inside = isInside(event->position(), size());
+    if (!react(behaviour_.mouseUp(mouseButton(event->button()), inside)))
+        return;
     emit MouseUp(lastButtons_, lastModifiers_, lastPosition_.x(), lastPosition_.y());
 }
 
 void QBKButtons::mouseMoveEvent(QMouseEvent* event) {
     remember(event, event->buttons());
-    if (!hovering_ && isInside(event->position(), size())) {
-        overTimer_->start();
-        hovering_ = true;
-        draggedOff_ = false;
-        emit MouseIn(lastModifiers_);
-        update();
-    }
+    if (!react(behaviour_.mouseMove(isInside(event->position(), size()))))
+        return;
     emit MouseMove(lastButtons_, lastModifiers_, lastPosition_.x(), lastPosition_.y());
 }
 
@@ -686,17 +546,7 @@ void QBKButtons::leaveEvent(QEvent* event) {
 }
 
 void QBKButtons::checkPointer() {
-    if (!hovering_) {
-        overTimer_->stop();
-        return;
-    }
-    if (pointerInside())
-        return;
-    overTimer_->stop();
-    hovering_ = false;
-    emit MouseOut(lastModifiers_);
-    draggedOff_ = pressed_; // dragged off while held: drawn raised until it comes back
-    update();
+    react(behaviour_.hoverTick(pointerInside()));
 }
 
 void QBKButtons::keyPressEvent(QKeyEvent* event) {
@@ -706,23 +556,11 @@ void QBKButtons::keyPressEvent(QKeyEvent* event) {
         emit KeyPress(event->text());
     if (!self)
         return;
-    switch (event->key()) {
-    case Qt::Key_Space:
-    case Qt::Key_Select:
-        if (!event->isAutoRepeat()) {
-            pressed_ = true;
-            draggedOff_ = false;
-            update();
-        }
-        break;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        if (!event->isAutoRepeat())
-            activate();
-        break;
-    default:
+    const ButtonKey key = buttonKey(event->key());
+    if (key == ButtonKey::Other)
         QAbstractButton::keyPressEvent(event); // arrows, and Escape on to the dialog
-    }
+    else
+        react(behaviour_.keyDown(key, event->isAutoRepeat()));
 }
 
 void QBKButtons::keyReleaseEvent(QKeyEvent* event) {
@@ -730,36 +568,21 @@ void QBKButtons::keyReleaseEvent(QKeyEvent* event) {
     emit KeyUp(event->key(), event->modifiers());
     if (!self)
         return;
-    switch (event->key()) {
-    case Qt::Key_Space:
-    case Qt::Key_Select:
-        if (!event->isAutoRepeat() && pressed_) {
-            pressed_ = false;
-            update();
-            activate();
-        }
-        break;
-    default:
+    const ButtonKey key = buttonKey(event->key());
+    if (key == ButtonKey::Other)
         QAbstractButton::keyReleaseEvent(event);
-    }
+    else
+        react(behaviour_.keyUp(key, event->isAutoRepeat()));
 }
 
 void QBKButtons::focusInEvent(QFocusEvent* event) {
-    update();
+    react(behaviour_.focusIn());
     QAbstractButton::focusInEvent(event);
 }
 
 void QBKButtons::focusOutEvent(QFocusEvent* event) {
-    pressed_ = false;
-    update();
+    react(behaviour_.focusOut());
     QAbstractButton::focusOutEvent(event);
-}
-
-void QBKButtons::activate() {
-    const QPointer<QBKButtons> self(this);
-    click();
-    if (self)
-        GoToURL();
 }
 
 void QBKButtons::applyCursor() {
@@ -769,9 +592,10 @@ void QBKButtons::applyCursor() {
         Qt::ArrowCursor,     Qt::SizeAllCursor, Qt::SizeBDiagCursor, Qt::SizeVerCursor,
         Qt::SizeFDiagCursor, Qt::SizeHorCursor, Qt::UpArrowCursor,   Qt::WaitCursor,
         Qt::ForbiddenCursor, Qt::BusyCursor,    Qt::WhatsThisCursor, Qt::SizeAllCursor};
-    const int pointer = mousePointer();
-    if (pointer == kCustomPointer && !mouseIcon().isNull())
-        setCursor(QCursor(mouseIcon()));
+    const int pointer = properties_.number(ButtonProperty::MousePointer);
+    const QPixmap icon = toPixmap(properties_.picture(ButtonProperty::MouseIcon));
+    if (pointer == kCustomPointer && !icon.isNull())
+        setCursor(QCursor(icon));
     else if (pointer > 0 && pointer < int(kShapes.size()))
         setCursor(kShapes[static_cast<std::size_t>(pointer)]);
     else
