@@ -1,16 +1,20 @@
-// QBK_CVL_Server.exe: the server on Windows. For now it runs without a window, its status
-// lines on the console, and stops in order on Ctrl+C, Ctrl+Break or the console's closing.
+// QBK_CVL_Server.exe: the server on Windows. A window program: the main window and the tray
+// icon, or with --headless no window at all, its status lines on the console it was started
+// from, stopping in order on Ctrl+C, Ctrl+Break or the console's closing.
 #include "app/headless_front_end.h"
 #include "app/run_server.h"
+#include "platform/windows/parent_console.h"
 #include "platform/windows/wide_text.h"
+#include "ui/win32/desktop_front_end.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
-// shellapi.h needs windows.h first.
+// shellapi.h and commctrl.h need windows.h first.
 #include <windows.h>
 
+#include <commctrl.h>
 #include <shellapi.h>
 
 namespace {
@@ -31,9 +35,24 @@ std::vector<std::string> commandLineWords() {
 
 int main() {
     const cvl::CommandLineResult parsed = cvl::parseCommandLine(commandLineWords());
+    // Lines for a prompt: the answers to --help and --version, a mistake on the command line,
+    // and everything the program without a window says.
+    if (!parsed.line || parsed.line->showHelp || parsed.line->showVersion ||
+        parsed.line->headless) {
+        cvl::useParentConsole();
+    }
     if (const std::optional<int> status = cvl::handleInformationalOptions(parsed)) {
         return *status;
     }
-    cvl::HeadlessFrontEnd frontEnd;
+    if (parsed.line->headless) {
+        cvl::HeadlessFrontEnd frontEnd;
+        return cvl::runServer(*parsed.line, frontEnd);
+    }
+    // Before the first window: the tree, list and tool tips, in the system's visual style.
+    INITCOMMONCONTROLSEX controls{sizeof controls, ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES |
+                                                       ICC_BAR_CLASSES | ICC_USEREX_CLASSES |
+                                                       ICC_STANDARD_CLASSES | ICC_TAB_CLASSES};
+    InitCommonControlsEx(&controls);
+    cvl::Win32FrontEnd frontEnd;
     return cvl::runServer(*parsed.line, frontEnd);
 }

@@ -99,9 +99,13 @@ public:
         started.push_back(std::move(command));
         return true;
     }
-    bool openDateTimeSettings() override { return true; }
+    bool openDateTimeSettings() override {
+        ++dateTimeSettingsOpened;
+        return true;
+    }
 
     std::vector<std::vector<std::string>> started;
+    int dateTimeSettingsOpened = 0;
 };
 
 } // namespace cvl::test

@@ -157,6 +157,9 @@ void MessageLoop::run() {
     quit_ = false;
     MSG message{};
     while (!quit_ && GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (keyboardFilter_ && keyboardFilter_(message)) {
+            continue;
+        }
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }

@@ -39,6 +39,12 @@ public:
     void run() override;
     void quit() override;
 
+    // Sees each message first; true when it took the message (the windows' Tab and access
+    // keys, through IsDialogMessage).
+    void setKeyboardFilter(std::function<bool(MSG&)> filter) {
+        keyboardFilter_ = std::move(filter);
+    }
+
     // A message of the loop's window.
     LRESULT handle(UINT message, WPARAM wParam, LPARAM lParam);
 
@@ -63,6 +69,7 @@ private:
     PostedTasks posted_;
     WatchId nextId_ = 1;
     bool quit_ = false;
+    std::function<bool(MSG&)> keyboardFilter_;
 };
 
 } // namespace cvl

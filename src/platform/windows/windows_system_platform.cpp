@@ -4,6 +4,7 @@
 
 #include "platform/file_path.h"
 #include "platform/server_file_copy.h"
+#include "platform/windows/close_requests.h"
 #include "platform/windows/console_requests.h"
 #include "platform/windows/message_loop.h"
 #include "platform/windows/registry_settings_store.h"
@@ -50,7 +51,8 @@ public:
     }
 
     void onRequests(std::function<void()> stop, std::function<void()>) override {
-        console_.emplace(loop_, std::move(stop));
+        console_.emplace(loop_, stop);
+        closeRequests_.emplace(loop_, std::move(stop));
     }
 
 private:
@@ -63,6 +65,7 @@ private:
     RunKeyAutostart autostart_;
     std::optional<SystemHostInfo> host_;
     std::optional<ConsoleRequests> console_;
+    std::optional<CloseRequests> closeRequests_;
 };
 
 } // namespace

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Pictures of the Windows main window on every tree node and of the configuration dialog, at
+# 100% and 200% scaling, under Xvfb and wine, for review by eye. Needs a Windows build
+# (cmake --preset windows), xvfb and ImageMagick's convert.
+# Usage: scripts/screenshots-windows.sh [OUT_DIR]   (default /tmp/chronvale-screenshots-windows)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+out=${1:-/tmp/chronvale-screenshots-windows}
+wine=${CHRONVALE_WINE64:-/usr/lib/wine/wine64}
+wineserver=${CHRONVALE_WINESERVER:-/usr/lib/wine/wineserver64}
+cmake --build --preset windows --target win32_screenshots >/dev/null
+program=$PWD/build-windows/tests/ui/win32_screenshots.exe
+work=$(mktemp -d)
+trap 'WINEPREFIX=$work/prefix "$wineserver" -k 2>/dev/null || true; rm -rf "$work"' EXIT
+export WINEPREFIX=$work/prefix WINEDEBUG=-all CHRONVALE_NO_SET_CLOCK=1 TZ=UTC
+"$wine" wineboot -i </dev/null >/dev/null 2>&1
+"$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /t REG_SZ /d N /f >/dev/null 2>&1
+for scale in 1 2; do
+  # The prefix's DPI: 96 at 100%, 192 at 200%.
+  "$wine" reg add 'HKCU\Control Panel\Desktop' /v LogPixels /t REG_DWORD /d $((96 * scale)) /f \
+    >/dev/null 2>&1
+  "$wineserver" -w
+  mkdir -p "$out/${scale}x"
+  folder=$(realpath "$out/${scale}x")
+  xvfb-run -a -s "-screen 0 2560x1600x24" "$wine" "$program" "Z:${folder//\//\\}" \
+    </dev/null >/dev/null 2>&1
+  for bmp in "$out/${scale}x"/*.bmp; do
+    convert "$bmp" "${bmp%.bmp}.png" && rm "$bmp"
+  done
+done
+echo "saved in $out"
