@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Pictures of the Windows main window on every tree node and of the configuration dialog, at
 # 100% and 200% scaling, under Xvfb and wine, for review by eye. Needs a Windows build
-# (cmake --preset windows), xvfb and ImageMagick's convert.
+# (cmake --preset windows), xvfb and python3.
 # Usage: scripts/screenshots-windows.sh [OUT_DIR]   (default /tmp/chronvale-screenshots-windows)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -24,8 +24,24 @@ for scale in 1 2; do
   folder=$(realpath "$out/${scale}x")
   xvfb-run -a -s "-screen 0 2560x1600x24" "$wine" "$program" "Z:${folder//\//\\}" \
     </dev/null >/dev/null 2>&1
-  for bmp in "$out/${scale}x"/*.bmp; do
-    convert "$bmp" "${bmp%.bmp}.png" && rm "$bmp"
-  done
+  python3 - "$out/${scale}x"/*.bmp <<'PY'
+# 24-bit bottom-up BMP to PNG, with nothing but the standard library.
+import struct, sys, zlib
+for path in sys.argv[1:]:
+    data = open(path, "rb").read()
+    offset, = struct.unpack_from("<I", data, 10)
+    width, height = struct.unpack_from("<ii", data, 18)
+    stride = (width * 3 + 3) & ~3
+    rows = []
+    for y in range(height - 1, -1, -1):
+        row = data[offset + y * stride: offset + y * stride + width * 3]
+        rows.append(b"\0" + bytes(b for i in range(0, len(row), 3) for b in (row[i + 2], row[i + 1], row[i])))
+    def chunk(kind, body):
+        return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
+    png = b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0))
+    png += chunk(b"IDAT", zlib.compress(b"".join(rows), 6)) + chunk(b"IEND", b"")
+    open(path[:-4] + ".png", "wb").write(png)
+    import os; os.remove(path)
+PY
 done
 echo "saved in $out"

@@ -43,7 +43,7 @@ QbkButton* makePaintedButton(HWND parent, int id, const char* name, const char* 
 
 CVL_ConfigSVR::CVL_ConfigSVR(ServerController& server, HWND mainWindow)
     : server_(server) {
-    createWindow(L"CVL_ConfigSVR", WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_CLIPCHILDREN,
+    createWindow(L"CVL_ConfigSVR", WS_POPUP | WS_CAPTION | WS_SYSMENU,
                  WS_EX_DLGMODALFRAME | WS_EX_CONTROLPARENT, mainWindow, "");
     HWND w = handle();
     frame1_ = makeGroup(w, "Region");

@@ -42,7 +42,9 @@ OverviewPage::OverviewPage(HWND parent, const StatusModel& status)
     }
     services_ = makeControl(handle(), WC_LISTVIEWW, "",
                             LVS_REPORT | LVS_NOSORTHEADER | LVS_SINGLESEL, 0, WS_EX_CLIENTEDGE);
-    ListView_SetExtendedListViewStyle(services_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    // A cut socket line shows whole when the pointer rests on it.
+    ListView_SetExtendedListViewStyle(services_,
+                                      LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP);
     for (std::size_t c = 0; c < kColumns.size(); ++c) {
         std::wstring text = wideFromUtf8(kColumns[c]);
         LVCOLUMNW column{};
@@ -98,9 +100,9 @@ void OverviewPage::layout(const DpiScale& s) {
     y += s(6);
     place(services_, s(8), y, width - s(8), area.bottom - y - s(4));
     const int listWidth = width - s(8) - GetSystemMetrics(SM_CXVSCROLL);
-    const int numbers = s(96);
-    ListView_SetColumnWidth(services_, 0, s(120));
-    ListView_SetColumnWidth(services_, 1, std::max(s(120), listWidth - s(120) - 2 * numbers));
+    const int numbers = s(90);
+    ListView_SetColumnWidth(services_, 0, s(110));
+    ListView_SetColumnWidth(services_, 1, std::max(s(120), listWidth - s(110) - 2 * numbers));
     ListView_SetColumnWidth(services_, 2, numbers);
     ListView_SetColumnWidth(services_, 3, numbers);
 }

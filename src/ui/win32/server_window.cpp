@@ -55,6 +55,18 @@ ServiceId serviceForDisplay(int displayNumber) {
     return ServiceId::Time;
 }
 
+int textWidth(HWND control, const std::string& text) {
+    HDC dc = GetDC(control);
+    HGDIOBJ old =
+        SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
+    const std::wstring wide = wideFromUtf8(text);
+    SIZE size{};
+    GetTextExtentPoint32W(dc, wide.c_str(), int(wide.size()), &size);
+    SelectObject(dc, old);
+    ReleaseDC(control, dc);
+    return size.cx;
+}
+
 void replaceIcon(HICON& slot, HICON icon) {
     if (slot != nullptr) {
         DestroyIcon(slot);
@@ -69,7 +81,9 @@ ServerWindow::ServerWindow(ServerController& server)
     const UINT dpi = GetDpiForSystem();
     windowIcon_ = applicationIcon(GetSystemMetricsForDpi(SM_CXICON, dpi));
     smallIcon_ = applicationIcon(GetSystemMetricsForDpi(SM_CXSMICON, dpi));
-    createWindow(L"CVL_Server", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, WS_EX_CONTROLPARENT, nullptr,
+    // Not WS_CLIPCHILDREN: the group box is a sibling drawn under its controls, and the window
+    // must paint the face beneath it.
+    createWindow(L"CVL_Server", WS_OVERLAPPEDWINDOW, WS_EX_CONTROLPARENT, nullptr,
                  server_.status().caption(), windowIcon_);
     SendMessageW(handle(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(windowIcon_));
     SendMessageW(handle(), WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(smallIcon_));
@@ -78,7 +92,7 @@ ServerWindow::ServerWindow(ServerController& server)
     build();
     applyDpi(windowDpi(handle()));
     const DpiScale s(windowDpi(handle()));
-    SetWindowPos(handle(), nullptr, 0, 0, s(900), s(640), SWP_NOMOVE | SWP_NOZORDER);
+    SetWindowPos(handle(), nullptr, 0, 0, s(1000), s(680), SWP_NOMOVE | SWP_NOZORDER);
 
     trayIconSynced_ = server_.status().synchronised();
     trayIcon_ = trayIcon(trayIconSynced_, GetSystemMetrics(SM_CXSMICON));
@@ -228,8 +242,9 @@ void ServerWindow::layout() {
     // Bottom up: the status strip, the synchronisation group, then tree and pages.
     const int stripHeight = 2 * lineHeight + s(6);
     const int stripTop = area.bottom - stripHeight - s(4);
-    const int zoneWidth = s(200);
-    const int clockWidth = s(90);
+    // The clock and the zone as wide as their words, the status line takes the rest.
+    const int zoneWidth = textWidth(zone_, textOf(zone_)) + s(12);
+    const int clockWidth = textWidth(clock_, "12/30/2004 12:00:00 AM") + s(12);
     const int lampsWidth = lamps_->width(s);
     place(zone_, right - zoneWidth, stripTop, zoneWidth, stripHeight);
     place(clock_, right - zoneWidth - s(4) - clockWidth, stripTop, clockWidth, stripHeight);
@@ -298,7 +313,7 @@ LRESULT ServerWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_GETMINMAXINFO: {
         const DpiScale s(windowDpi(handle()));
         auto* limits = reinterpret_cast<MINMAXINFO*>(lParam);
-        limits->ptMinTrackSize = {s(760), s(560)};
+        limits->ptMinTrackSize = {s(860), s(600)};
         return 0;
     }
     case WM_DPICHANGED: {
@@ -457,6 +472,7 @@ void ServerWindow::statusChanged(StatusChange change) {
         return;
     case StatusChange::TimeZone:
         showText(zone_, status.timeZoneLabel());
+        layout();
         return;
     case StatusChange::Servers:
         refreshServers();

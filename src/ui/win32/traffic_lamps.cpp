@@ -1,23 +1,43 @@
 #include "ui/win32/traffic_lamps.h"
 
+#include "platform/windows/wide_text.h"
+
 namespace cvl {
 
 namespace {
 
 struct LampLook {
-    const wchar_t* label;
+    const char* label;
     COLORREF colour;
 };
-constexpr std::array<LampLook, 4> kLamps{{{L"IN", RGB(0x2E, 0xA0, 0x43)},
-                                          {L"OUT", RGB(0x1F, 0x6F, 0xEB)},
-                                          {L"TCP", RGB(0xD9, 0x8E, 0x04)},
-                                          {L"UDP", RGB(0x8B, 0x3F, 0xD9)}}};
+constexpr std::array<LampLook, 4> kLamps{{{"IN", RGB(0x2E, 0xA0, 0x43)},
+                                          {"OUT", RGB(0x1F, 0x6F, 0xEB)},
+                                          {"TCP", RGB(0xD9, 0x8E, 0x04)},
+                                          {"UDP", RGB(0x8B, 0x3F, 0xD9)}}};
 constexpr UINT_PTR kDimTimer = 1;
+constexpr int kDot = 10;   // at 96 DPI
+constexpr int kGap = 3;    // between a dot and its word
+constexpr int kSpace = 10; // between one lamp and the next
+
+int wordWidth(HWND label) {
+    HDC dc = GetDC(label);
+    HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(label, WM_GETFONT, 0, 0)));
+    const std::wstring word = wideFromUtf8(textOf(label));
+    SIZE size{};
+    GetTextExtentPoint32W(dc, word.c_str(), int(word.size()), &size);
+    SelectObject(dc, old);
+    ReleaseDC(label, dc);
+    return size.cx;
+}
 
 } // namespace
 
 TrafficLamps::TrafficLamps(HWND parent) {
     createWindow(L"CVL_Lamps", WS_CHILD | WS_VISIBLE, 0, parent, "");
+    // The words are labels like the window's others; the lamps paint only their dots.
+    for (std::size_t i = 0; i < kLamps.size(); ++i) {
+        labels_[i] = makeLabel(handle(), kLamps[i].label, 0, SS_CENTERIMAGE);
+    }
 }
 
 void TrafficLamps::light(Lamp lamp) {
@@ -31,28 +51,47 @@ bool TrafficLamps::isLit(Lamp lamp) const {
     return at != 0 && GetTickCount64() - at < kGlowMs;
 }
 
+int TrafficLamps::width(const DpiScale& scale) const {
+    int total = 0;
+    for (HWND label : labels_) {
+        total += scale(kDot + kGap) + wordWidth(label) + scale(kSpace);
+    }
+    return total;
+}
+
+// Dot, word; dot, word: each word as wide as it is.
+void TrafficLamps::layout() {
+    const DpiScale scale(windowDpi(handle()));
+    RECT area;
+    GetClientRect(handle(), &area);
+    int x = 0;
+    for (std::size_t i = 0; i < labels_.size(); ++i) {
+        dots_[i] = x;
+        const int word = wordWidth(labels_[i]);
+        place(labels_[i], x + scale(kDot + kGap), 0, word + scale(2), area.bottom);
+        x += scale(kDot + kGap) + word + scale(kSpace);
+    }
+}
+
 LRESULT TrafficLamps::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_TIMER:
         KillTimer(handle(), kDimTimer);
         InvalidateRect(handle(), nullptr, FALSE);
         return 0;
-    case WM_ERASEBKGND:
-        return 1;
+    case WM_SETFONT:
+        for (HWND label : labels_) {
+            SendMessageW(label, WM_SETFONT, wParam, lParam);
+        }
+        layout();
+        return 0;
+    case WM_SIZE:
+        layout();
+        return 0;
     case WM_PAINT: {
         PAINTSTRUCT ps;
         HDC dc = BeginPaint(handle(), &ps);
-        RECT area;
-        GetClientRect(handle(), &area);
-        // Drawn off screen first, so that a lamp going out does not flicker.
-        HDC buffer = CreateCompatibleDC(dc);
-        HBITMAP bitmap = CreateCompatibleBitmap(dc, area.right, area.bottom);
-        HGDIOBJ old = SelectObject(buffer, bitmap);
-        paint(buffer, area);
-        BitBlt(dc, 0, 0, area.right, area.bottom, buffer, 0, 0, SRCCOPY);
-        SelectObject(buffer, old);
-        DeleteObject(bitmap);
-        DeleteDC(buffer);
+        paintDots(dc);
         EndPaint(handle(), &ps);
         return 0;
     }
@@ -61,32 +100,24 @@ LRESULT TrafficLamps::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     }
 }
 
-void TrafficLamps::paint(HDC dc, const RECT& area) {
+void TrafficLamps::paintDots(HDC dc) {
     const DpiScale scale(windowDpi(handle()));
-    FillRect(dc, &area, GetSysColorBrush(COLOR_BTNFACE));
-    HGDIOBJ oldFont = SelectObject(
-        dc, reinterpret_cast<HFONT>(SendMessageW(GetParent(handle()), WM_GETFONT, 0, 0)));
-    SetBkMode(dc, TRANSPARENT);
-    SetTextColor(dc, GetSysColor(COLOR_BTNTEXT));
-    const int slot = (area.right - area.left) / int(kLamps.size());
-    const int side = scale(10);
+    RECT area;
+    GetClientRect(handle(), &area);
+    const int side = scale(kDot);
     for (std::size_t i = 0; i < kLamps.size(); ++i) {
-        const int x = area.left + int(i) * slot + scale(2);
         const int y = (area.bottom - side) / 2;
         const bool lit = isLit(static_cast<Lamp>(i));
         HBRUSH brush = CreateSolidBrush(lit ? kLamps[i].colour : GetSysColor(COLOR_BTNSHADOW));
         HPEN pen = CreatePen(PS_SOLID, 1, GetSysColor(COLOR_3DDKSHADOW));
         HGDIOBJ oldBrush = SelectObject(dc, brush);
         HGDIOBJ oldPen = SelectObject(dc, pen);
-        Ellipse(dc, x, y, x + side, y + side);
+        Ellipse(dc, dots_[i], y, dots_[i] + side, y + side);
         SelectObject(dc, oldBrush);
         SelectObject(dc, oldPen);
         DeleteObject(brush);
         DeleteObject(pen);
-        RECT text{x + side + scale(3), area.top, x + slot, area.bottom};
-        DrawTextW(dc, kLamps[i].label, -1, &text, DT_LEFT | DT_VCENTER | DT_SINGLELINE);
     }
-    SelectObject(dc, oldFont);
 }
 
 } // namespace cvl

@@ -15,15 +15,18 @@ public:
     explicit TrafficLamps(HWND parent);
     void light(Lamp lamp);
     [[nodiscard]] bool isLit(Lamp lamp) const;
-    // The width they need at the window's DPI.
-    [[nodiscard]] int width(const DpiScale& scale) const { return scale(4 * 46); }
+    // The width they need in the font they were given.
+    [[nodiscard]] int width(const DpiScale& scale) const;
 
 private:
     LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
-    void paint(HDC dc, const RECT& area);
+    void layout();
+    void paintDots(HDC dc);
 
     static constexpr std::uint64_t kGlowMs = 250;
     std::array<std::uint64_t, 4> litAt_{};
+    std::array<HWND, 4> labels_{};
+    std::array<int, 4> dots_{};
 };
 
 } // namespace cvl

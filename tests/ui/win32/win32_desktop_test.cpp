@@ -169,6 +169,10 @@ TEST_F(Win32Desktop, PagesAndTrayFollowTheFirstSynchronisation) {
     EXPECT_NE(child(rows, L"Static", ("listening on port " + std::to_string(timePort)).c_str()),
               nullptr);
     EXPECT_EQ(tray.tip(), server.status().tip());
+    // The status line shows what the model says, both lines of it.
+    server.status().setStatusLine("That address is already in use.\r\nDAYTIME SERVICE");
+    EXPECT_NE(child(window(), L"Static", "That address is already in use.\r\nDAYTIME SERVICE"),
+              nullptr);
     front->window().CVLSelected(1);
     EXPECT_NE(child(page("CVL Servers"), L"Static", server.status().overview().clients.c_str()),
               nullptr);
