@@ -67,6 +67,18 @@ int textWidth(HWND control, const std::string& text) {
     return size.cx;
 }
 
+// A label breaks lines at CR LF only; the port conflict's second line follows a lone CR.
+std::string asLines(const std::string& text) {
+    std::string lines;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        lines += text[i];
+        if (text[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n')) {
+            lines += '\n';
+        }
+    }
+    return lines;
+}
+
 void replaceIcon(HICON& slot, HICON icon) {
     if (slot != nullptr) {
         DestroyIcon(slot);
@@ -190,7 +202,7 @@ void ServerWindow::build() {
         SendMessageW(remoteHosts_[box], EM_SETCUEBANNER, TRUE,
                      reinterpret_cast<LPARAM>(placeholders[box]));
     }
-    status_ = makeLabel(w, server_.status().statusLine(), 0, SS_EDITCONTROL | SS_SUNKEN);
+    status_ = makeLabel(w, asLines(server_.status().statusLine()), 0, SS_EDITCONTROL | SS_SUNKEN);
     lamps_ = std::make_unique<TrafficLamps>(w);
     clock_ = makeLabel(w, "", 0, SS_CENTER | SS_SUNKEN | SS_CENTERIMAGE);
     zone_ =
@@ -467,8 +479,8 @@ void ServerWindow::statusChanged(StatusChange change) {
         tray_.setTip(status.tipField());
         return;
     case StatusChange::StatusLine:
-        showText(status_, status.statusLine());
-        tips_.setTip(status_, status.statusLine());
+        showText(status_, asLines(status.statusLine()));
+        tips_.setTip(status_, asLines(status.statusLine()));
         return;
     case StatusChange::TimeZone:
         showText(zone_, status.timeZoneLabel());
@@ -604,6 +616,7 @@ void ServerWindow::startUp(bool hidden) {
         return;
     }
     ShowWindow(handle(), SW_SHOW);
+    SetFocus(tree_); // the tree's selection shows, and the arrow keys walk the pages
     UpdateWindow(handle());
 }
 

@@ -170,7 +170,7 @@ TEST_F(Win32Desktop, PagesAndTrayFollowTheFirstSynchronisation) {
               nullptr);
     EXPECT_EQ(tray.tip(), server.status().tip());
     // The status line shows what the model says, both lines of it.
-    server.status().setStatusLine("That address is already in use.\r\nDAYTIME SERVICE");
+    server.status().setStatusLine("That address is already in use.\rDAYTIME SERVICE");
     EXPECT_NE(child(window(), L"Static", "That address is already in use.\r\nDAYTIME SERVICE"),
               nullptr);
     front->window().CVLSelected(1);
