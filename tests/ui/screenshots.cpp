@@ -4,8 +4,7 @@
 // unsynchronised.png, with the Daytime port conflict in the status line), then synchronised
 // (window-1.png). The reference servers are on loopback: nothing leaves this machine.
 #include "desktop_rig.h"
-#include "loopback.h"
-#include "reference_responder.h"
+#include "screenshot_scene.h"
 #include "ui/qt/config_dialog.h"
 #include "ui/qt/desktop_front_end.h"
 #include "ui/qt/server_window.h"
@@ -38,31 +37,12 @@ int main(int argc, char* argv[]) {
     QDir().mkpath(out);
 
     test::DesktopRig rig;
-    test::ReferenceResponder reference(*rig.loop);
-    reference.holding = true;
-    // 2004-01-01 00:00:00.0012 UTC, just after the fake clock's time: a plausible offset.
-    reference.fixed = {{3281904000u, 5153960u}};
-    // Daytime's port is taken, so that the two-line conflict shows in the status line.
-    auto blocker = std::make_unique<StreamListener>(*rig.loop);
-    const std::uint16_t daytimePort = test::freePort(*rig.loop);
-    blocker->listen(daytimePort);
-
-    rig.options.referencePort = reference.port();
-    rig.writeServerFile(
-        {"127.0.0.1:::NIST Gaithersburg, USA NA:::0:::", "127.0.0.1:::NRC Ottawa, Canada NA:::1:::",
-         "127.0.0.1:::PTB Braunschweig, Germany EU:::8:::"});
-    for (const ServiceRow& row : serviceTable()) {
-        rig.store.putHome(row.registryValue,
-                          "YES:YES:YES:" + std::to_string(test::freePort(*rig.loop)));
-    }
-    rig.store.putHome("DTS13", "YES:YES:NO:" + std::to_string(daytimePort));
-    rig.store.putHome("Settings", "YES:59:Minutes/s:NA:36");
+    test::ScreenshotScene scene(rig);
     ServerController& server = rig.server();
     DesktopFrontEnd front;
     front.build(server);
     server.start([&] { front.startUp(false); });
-    server.serving().showClient(0, "192.0.2.44");
-    server.serving().showClient(2, "198.51.100.7");
+    test::ScreenshotScene::showClients(server);
 
     ServerWindow& window = front.window();
     window.CVLSelected(1);
@@ -72,9 +52,7 @@ int main(int argc, char* argv[]) {
     window.grab().save(out + QStringLiteral("/window-1-unsynchronised.png"));
     window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray-unsynchronised.png"));
 
-    blocker.reset();
-    server.listeners().portKeyPressed(ServiceId::Daytime, 13);
-    reference.release();
+    scene.settle(server);
     (void)QTest::qWaitFor([&] { return server.status().synchronised(); }, 3000);
     window.trayIconShown().pixmap(64, 64).save(out + QStringLiteral("/tray.png"));
     for (int node = 1; node <= 8; ++node) {

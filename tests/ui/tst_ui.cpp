@@ -6,6 +6,7 @@
 #include "desktop_rig.h"
 #include "log/request_log.h"
 #include "loopback.h"
+#include "memory_button_store.h"
 #include "platform/linux/epoll_event_loop.h"
 #include "reference_responder.h"
 #include "server_rig.h"
@@ -55,16 +56,7 @@ struct ProbedButton : QBKButtons {
     void navigate(const QString& url) override { log << "navigate " + url; }
 };
 
-struct MemoryStore : ButtonPropertyStore {
-    std::map<std::string, std::string, std::less<>> values;
-    [[nodiscard]] std::optional<std::string> read(std::string_view name) const override {
-        const auto found = values.find(name);
-        return found == values.end() ? std::nullopt : std::optional(found->second);
-    }
-    void write(std::string_view name, const std::string& value) override {
-        values[std::string(name)] = value;
-    }
-};
+using MemoryStore = test::MemoryButtonStore;
 
 QImage render(const QBKButtonLook& look) {
     QImage image(look.rect.size(), QImage::Format_ARGB32);

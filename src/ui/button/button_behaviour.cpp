@@ -39,7 +39,9 @@ ButtonReaction ButtonBehaviour::hoverTick(bool pointerOverButton) {
         return {};
     }
     hovering_ = false;
-    draggedOff_ = pressed_;
+    // Held with the mouse and dragged off: drawn raised until the pointer is back. A press of
+    // the space bar stays a press wherever the pointer goes.
+    draggedOff_ = pressed_ && !keyPressed_;
     return {.redraw = true, .stopHoverTimer = true, .mouseOut = true};
 }
 

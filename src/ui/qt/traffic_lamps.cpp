@@ -1,5 +1,7 @@
 #include "ui/qt/traffic_lamps.h"
 
+#include "ui/picture_colours.h"
+
 #include <QPainter>
 #include <QTimer>
 
@@ -7,15 +9,7 @@ namespace cvl {
 
 namespace {
 
-struct LampLook {
-    const char* label;
-    QColor colour;
-};
-
-const std::array<LampLook, 4> kLamps{{{"IN", QColor(0x2E, 0xA0, 0x43)},
-                                      {"OUT", QColor(0x1F, 0x6F, 0xEB)},
-                                      {"TCP", QColor(0xD9, 0x8E, 0x04)},
-                                      {"UDP", QColor(0x8B, 0x3F, 0xD9)}}};
+constexpr const auto& kLamps = kLampLooks;
 
 } // namespace
 
@@ -67,7 +61,8 @@ void TrafficLamps::paintEvent(QPaintEvent*) {
     int x = 2;
     for (std::size_t i = 0; i < kLamps.size(); ++i) {
         const bool lit = isLit(static_cast<Lamp>(i));
-        QColor colour = kLamps[i].colour;
+        const Rgb lampColour = kLamps[i].colour;
+        QColor colour(lampColour.red, lampColour.green, lampColour.blue);
         if (!lit) {
             colour = palette().color(QPalette::Mid);
         }

@@ -181,6 +181,11 @@ void setFontOfChildren(HWND parent, HFONT font) {
         reinterpret_cast<LPARAM>(font));
 }
 
+void setPageFonts(HWND page, HWND title, HFONT font, HFONT bold) {
+    setFontOfChildren(page, font);
+    SendMessageW(title, WM_SETFONT, reinterpret_cast<WPARAM>(bold), TRUE);
+}
+
 void ToolTips::attach(HWND owner) {
     tips_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP,
                             CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, owner,

@@ -67,6 +67,8 @@ void place(HWND control, int x, int y, int width, int height);
 [[nodiscard]] bool isShown(HWND control);
 // Every child of parent in font.
 void setFontOfChildren(HWND parent, HFONT font);
+// A page's words in font, its title in bold.
+void setPageFonts(HWND page, HWND title, HFONT font, HFONT bold);
 
 // One tool tip control per window, with a tip per control.
 class ToolTips {

@@ -64,11 +64,6 @@ OverviewPage::OverviewPage(HWND parent, const StatusModel& status)
     refresh();
 }
 
-void OverviewPage::setFonts(HFONT font, HFONT bold) {
-    setFontOfChildren(handle(), font);
-    SendMessageW(title_, WM_SETFONT, reinterpret_cast<WPARAM>(bold), TRUE);
-}
-
 LRESULT OverviewPage::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_SIZE) {
         layout(DpiScale(windowDpi(handle())));

@@ -15,7 +15,7 @@ public:
     OverviewPage(HWND parent, const StatusModel& status);
     void refresh();
     void layout(const DpiScale& scale);
-    void setFonts(HFONT font, HFONT bold);
+    void setFonts(HFONT font, HFONT bold) { setPageFonts(handle(), title_, font, bold); }
 
 private:
     LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;

@@ -1,5 +1,7 @@
 #include "ui/win32/painted_images.h"
 
+#include "ui/picture_colours.h"
+
 #include <windows.h>
 
 // GDI+'s headers need PROPID from objidl.h, which WIN32_LEAN_AND_MEAN keeps out of windows.h.
@@ -63,6 +65,10 @@ template <typename Object> using Owned = std::unique_ptr<Object, GdiplusRelease>
 constexpr gp::ARGB colour(std::uint32_t red, std::uint32_t green, std::uint32_t blue,
                           std::uint32_t alpha = 255) {
     return static_cast<gp::ARGB>(alpha << 24 | red << 16 | green << 8 | blue);
+}
+
+constexpr gp::ARGB argb(Rgb rgb) {
+    return colour(rgb.red, rgb.green, rgb.blue);
 }
 
 constexpr gp::ARGB kWhite = colour(0xFF, 0xFF, 0xFF);
@@ -278,63 +284,19 @@ void paintClock(Painter& painter, gp::REAL side, gp::ARGB face, gp::ARGB ring) {
                  centreY + radius * 0.12F);
 }
 
-constexpr gp::ARGB kClockFace = colour(0xF4, 0xF7, 0xFB);
-constexpr gp::ARGB kClockRing = colour(0x1F, 0x5F, 0xAD);
-
 // A red dot ringed in white in the bottom-right corner, large enough to read at 16 pixels on any
 // taskbar.
 void paintWaitingMark(Painter& painter, gp::REAL side) {
     const gp::REAL dotSide = side * 0.5F;
     const Box dot{side - dotSide, side - dotSide, dotSide, dotSide};
-    painter.ellipse(colour(0xD0, 0x21, 0x21), kWhite, std::max(1.0F, side * 0.06F),
+    painter.ellipse(argb(colours::kUnsynchronisedMark), kWhite, std::max(1.0F, side * 0.06F),
                     dot.adjusted(0.5F, 0.5F, -0.5F, -0.5F));
-}
-
-// A flag as bands of colour, horizontal or vertical, with an optional square in the corner.
-struct Flag {
-    bool vertical = false;
-    std::vector<gp::ARGB> bands;
-    gp::ARGB canton = 0; // fully transparent when there is none
-};
-
-const std::array<Flag, 24>& flags() {
-    constexpr gp::ARGB red = colour(0xC8, 0x10, 0x2E), white = kWhite,
-                       blue = colour(0x00, 0x38, 0x93), green = colour(0x00, 0x7A, 0x3D),
-                       yellow = colour(0xFC, 0xD1, 0x16), black = kBlack,
-                       orange = colour(0xFF, 0x99, 0x33), sky = colour(0x4F, 0x9B, 0xD9);
-    static const std::array<Flag, 24> table{{
-        {false, {red, white, red, white, red, white, red}, blue}, // 0 USA
-        {true, {red, white, red}, 0},                             // 1 Canada
-        {false, {sky}, 0},                                        // 2 world
-        {true, {green, white, red}, 0},                           // 3 Mexico
-        {false, {green, yellow, green}, 0},                       // 4 Brazil
-        {false, {white, red}, blue},                              // 5 Chile
-        {false, {yellow, yellow, blue, red}, 0},                  // 6 Colombia
-        {false, {blue, white, red, white, blue}, 0},              // 7 United Kingdom
-        {false, {black, red, yellow}, 0},                         // 8 Germany
-        {false, {red, yellow, yellow, red}, 0},                   // 9 Spain
-        {true, {green, white, red}, 0},                           // 10 Italy
-        {true, {blue, white, red}, 0},                            // 11 France
-        {false, {red, white, green, white, blue}, 0},             // 12 South Africa
-        {false, {black, white, red, white, green}, 0},            // 13 Kenya
-        {false, {red, white, black}, 0},                          // 14 Egypt
-        {false, {white, blue, red}, 0},                           // 15 Russia
-        {false, {red, white}, 0},                                 // 16 Indonesia
-        {false, {orange, white, green}, 0},                       // 17 India
-        {false, {red, white, blue, blue, white, red}, 0},         // 18 Thailand
-        {false, {red}, yellow},                                   // 19 China
-        {false, {green}, red},                                    // 20 Bangladesh
-        {false, {blue}, red},                                     // 21 Australia
-        {false, {white}, red},                                    // 22 Japan
-        {false, {blue}, red},                                     // 23 New Zealand
-    }};
-    return table;
 }
 
 // The field is painted a pixel past its edges and then cut to the rounded rectangle by the
 // rectangle's own antialiased coverage: GDI+ clips to whole device pixels, without antialiasing,
 // and an edge both painted and clipped with antialiasing would fade twice.
-void paintFlag(Pixels& pixels, const Flag& flag, bool world) {
+void paintFlag(Pixels& pixels, const FlagLook& flag, bool world) {
     const auto side = static_cast<gp::REAL>(pixels.pictureSide());
     const Box field{0, side * 0.18F, side, side * 0.64F};
     const gp::REAL cornerRadius = side * 0.08F;
@@ -347,8 +309,8 @@ void paintFlag(Pixels& pixels, const Flag& flag, bool world) {
         if (!painter.ready()) {
             return;
         }
-        const auto count = static_cast<gp::REAL>(flag.bands.size());
-        for (std::size_t i = 0; i < flag.bands.size(); ++i) {
+        const auto count = static_cast<gp::REAL>(flag.bandCount);
+        for (std::size_t i = 0; i < flag.bandCount; ++i) {
             const auto at = static_cast<gp::REAL>(i);
             // Each band overlaps the next by a pixel so no seam shows between them.
             Box band = flag.vertical ? Box{field.x + field.width * at / count, field.y - 1,
@@ -358,12 +320,12 @@ void paintFlag(Pixels& pixels, const Flag& flag, bool world) {
             if (i == 0) {
                 band = flag.vertical ? band.adjusted(-1, 0, 0, 0) : band.adjusted(0, -1, 0, 0);
             }
-            painter.fillRect(flag.bands[i], band);
+            painter.fillRect(argb(flag.bands[i]), band);
         }
-        if (flag.canton != 0) {
+        if (flag.hasCanton) {
             const gp::REAL cantonSide = field.height * 0.5F;
             painter.fillRect(
-                flag.canton,
+                argb(flag.canton),
                 Box{field.x, field.y, cantonSide * 1.3F, cantonSide}.adjusted(-1, -1, 0, 0));
         }
         if (world) {
@@ -481,7 +443,7 @@ template <typename Paint> HICON paintedWithPainter(int pixels, Paint&& paint) {
 
 HICON applicationIcon(int pixels) {
     return paintedWithPainter(pixels, [](Painter& painter, gp::REAL side) {
-        paintClock(painter, side, kClockFace, kClockRing);
+        paintClock(painter, side, argb(colours::kClockFace), argb(colours::kClockRing));
     });
 }
 
@@ -490,7 +452,7 @@ HICON trayIcon(bool synced, int pixels) {
         return applicationIcon(pixels);
     }
     return paintedWithPainter(pixels, [](Painter& painter, gp::REAL side) {
-        paintClock(painter, side, kClockFace, kClockRing);
+        paintClock(painter, side, argb(colours::kClockFace), argb(colours::kClockRing));
         paintWaitingMark(painter, side);
     });
 }
@@ -498,19 +460,18 @@ HICON trayIcon(bool synced, int pixels) {
 HICON activityIcon(bool busy, int pixels) {
     return paintedWithPainter(pixels, [busy](Painter& painter, gp::REAL side) {
         if (busy) {
-            paintClock(painter, side, colour(0xFF, 0xF4, 0xD6), colour(0xD9, 0x8E, 0x04));
+            paintClock(painter, side, argb(colours::kBusyFace), argb(colours::kBusyRing));
         } else {
-            paintClock(painter, side, colour(0xE6, 0xEA, 0xEF), colour(0x70, 0x78, 0x82));
+            paintClock(painter, side, argb(colours::kIdleFace), argb(colours::kIdleRing));
         }
     });
 }
 
 HICON flagIcon(int index, int pixels) {
-    const std::size_t slot = index >= 0 && index < static_cast<int>(flags().size())
-                                 ? static_cast<std::size_t>(index)
-                                 : 2;
-    return paintedIcon(pixels,
-                       [slot](Pixels& canvas) { paintFlag(canvas, flags()[slot], slot == 2); });
+    const FlagLook& flag = flagLook(index);
+    return paintedIcon(pixels, [&flag](Pixels& canvas) {
+        paintFlag(canvas, flag, &flag == &kFlagLooks[kWorldFlag]);
+    });
 }
 
 } // namespace cvl

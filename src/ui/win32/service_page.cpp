@@ -56,11 +56,6 @@ ServicePage::ServicePage(HWND parent, ServiceId id, const StatusModel& status,
     refresh();
 }
 
-void ServicePage::setFonts(HFONT font, HFONT bold) {
-    setFontOfChildren(handle(), font);
-    SendMessageW(title_, WM_SETFONT, reinterpret_cast<WPARAM>(bold), TRUE);
-}
-
 LRESULT ServicePage::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_SIZE:

@@ -18,7 +18,7 @@ public:
     [[nodiscard]] ServiceId service() const { return id_; }
     void refresh();
     void layout(const DpiScale& scale);
-    void setFonts(HFONT font, HFONT bold);
+    void setFonts(HFONT font, HFONT bold) { setPageFonts(handle(), title_, font, bold); }
 
     // Control ids, for the window's tests.
     enum Control { Master = 100, Tcp, Udp, Port };

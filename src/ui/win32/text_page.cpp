@@ -12,11 +12,6 @@ TextPage::TextPage(HWND parent, const std::string& title, const std::string& tex
     }
 }
 
-void TextPage::setFonts(HFONT font, HFONT bold) {
-    setFontOfChildren(handle(), font);
-    SendMessageW(title_, WM_SETFONT, reinterpret_cast<WPARAM>(bold), TRUE);
-}
-
 LRESULT TextPage::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_SIZE:

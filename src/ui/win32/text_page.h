@@ -11,7 +11,7 @@ public:
     TextPage(HWND parent, const std::string& title, const std::string& text,
              const std::string& buttonText = {}, int buttonId = 0);
     void layout(const DpiScale& scale);
-    void setFonts(HFONT font, HFONT bold);
+    void setFonts(HFONT font, HFONT bold) { setPageFonts(handle(), title_, font, bold); }
 
 private:
     LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;

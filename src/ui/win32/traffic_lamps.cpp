@@ -1,19 +1,13 @@
 #include "ui/win32/traffic_lamps.h"
 
 #include "platform/windows/wide_text.h"
+#include "ui/picture_colours.h"
 
 namespace cvl {
 
 namespace {
 
-struct LampLook {
-    const char* label;
-    COLORREF colour;
-};
-constexpr std::array<LampLook, 4> kLamps{{{"IN", RGB(0x2E, 0xA0, 0x43)},
-                                          {"OUT", RGB(0x1F, 0x6F, 0xEB)},
-                                          {"TCP", RGB(0xD9, 0x8E, 0x04)},
-                                          {"UDP", RGB(0x8B, 0x3F, 0xD9)}}};
+constexpr const auto& kLamps = kLampLooks;
 constexpr UINT_PTR kDimTimer = 1;
 constexpr int kDot = 10;   // at 96 DPI
 constexpr int kGap = 3;    // between a dot and its word
@@ -108,7 +102,9 @@ void TrafficLamps::paintDots(HDC dc) {
     for (std::size_t i = 0; i < kLamps.size(); ++i) {
         const int y = (area.bottom - side) / 2;
         const bool lit = isLit(static_cast<Lamp>(i));
-        HBRUSH brush = CreateSolidBrush(lit ? kLamps[i].colour : GetSysColor(COLOR_BTNSHADOW));
+        const Rgb colour = kLamps[i].colour;
+        HBRUSH brush = CreateSolidBrush(lit ? RGB(colour.red, colour.green, colour.blue)
+                                            : GetSysColor(COLOR_BTNSHADOW));
         HPEN pen = CreatePen(PS_SOLID, 1, GetSysColor(COLOR_3DDKSHADOW));
         HGDIOBJ oldBrush = SelectObject(dc, brush);
         HGDIOBJ oldPen = SelectObject(dc, pen);

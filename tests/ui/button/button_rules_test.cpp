@@ -1,6 +1,7 @@
 // The painted button's rules that both desktops share: what is saved and under which names,
 // what each input does, which frame each style draws in each state, and where a click's link
 // goes.
+#include "memory_button_store.h"
 #include "ui/button/button_behaviour.h"
 #include "ui/button/button_frame.h"
 #include "ui/button/button_properties.h"
@@ -13,16 +14,7 @@ using namespace cvl;
 
 namespace {
 
-struct MemoryStore : ButtonPropertyStore {
-    std::map<std::string, std::string, std::less<>> values;
-    [[nodiscard]] std::optional<std::string> read(std::string_view name) const override {
-        const auto found = values.find(name);
-        return found == values.end() ? std::nullopt : std::optional(found->second);
-    }
-    void write(std::string_view name, const std::string& value) override {
-        values[std::string(name)] = value;
-    }
-};
+using MemoryStore = test::MemoryButtonStore;
 
 ButtonProperties placed() {
     ButtonProperties p;
@@ -169,6 +161,11 @@ TEST(ButtonBehaviour, HoverComesOnceAndGoesWhenThePointerLeaves) {
     EXPECT_EQ(b.look(true), ButtonLookState::Normal);
     b.mouseMove(true);
     EXPECT_EQ(b.look(true), ButtonLookState::Pressed);
+    b.mouseUp(MouseButton::Left, true);
+
+    b.keyDown(ButtonKey::Space, false);
+    b.hoverTick(false);
+    EXPECT_EQ(b.look(true), ButtonLookState::Pressed) << "the space bar's press is not dragged";
 }
 
 TEST(ButtonFrame, EachStyleDrawsItsFrameInEachState) {

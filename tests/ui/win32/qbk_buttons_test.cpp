@@ -1,6 +1,7 @@
 // The Win32 painted button driven with real window messages in a real host window: the order of
 // its events around a click, hovering, keys, the Enabled state, the properties as the host sees
 // them, and what it paints.
+#include "memory_button_store.h"
 #include "ui/win32/qbk_buttons.h"
 
 #include "platform/windows/wide_text.h"
@@ -30,16 +31,7 @@ LRESULT CALLBACK hostProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
-struct MemoryStore : ButtonPropertyStore {
-    std::map<std::string, std::string, std::less<>> values;
-    [[nodiscard]] std::optional<std::string> read(std::string_view name) const override {
-        const auto found = values.find(name);
-        return found == values.end() ? std::nullopt : std::optional(found->second);
-    }
-    void write(std::string_view name, const std::string& value) override {
-        values[std::string(name)] = value;
-    }
-};
+using MemoryStore = test::MemoryButtonStore;
 
 class QbkButtonTest : public ::testing::Test {
 protected:

@@ -4,9 +4,7 @@
 // (window-1-unsynchronised.bmp, with the Daytime port conflict in the status line), then
 // synchronised (window-1.bmp). The reference servers are on loopback: nothing leaves this
 // machine.
-#include "loopback.h"
-#include "net/stream_listener.h"
-#include "reference_responder.h"
+#include "screenshot_scene.h"
 #include "server_rig.h"
 #include "ui/win32/config_dialog.h"
 #include "ui/win32/desktop_front_end.h"
@@ -14,7 +12,6 @@
 
 #include <commctrl.h>
 
-#include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -70,31 +67,12 @@ int main(int argc, char* argv[]) {
     InitCommonControlsEx(&controls);
 
     test::ServerRig rig;
-    test::ReferenceResponder reference(*rig.loop);
-    reference.holding = true;
-    // 2004-01-01 00:00:00.0012 UTC, just after the fake clock's time: a plausible offset.
-    reference.fixed = {{3281904000u, 5153960u}};
-    // Daytime's port is taken, so that the two-line conflict shows in the status line.
-    auto blocker = std::make_unique<StreamListener>(*rig.loop);
-    const std::uint16_t daytimePort = test::freePort(*rig.loop);
-    (void)blocker->listen(daytimePort);
-
-    rig.options.referencePort = reference.port();
-    rig.writeServerFile(
-        {"127.0.0.1:::NIST Gaithersburg, USA NA:::0:::", "127.0.0.1:::NRC Ottawa, Canada NA:::1:::",
-         "127.0.0.1:::PTB Braunschweig, Germany EU:::8:::"});
-    for (const ServiceRow& row : serviceTable()) {
-        rig.store.putHome(row.registryValue,
-                          "YES:YES:YES:" + std::to_string(test::freePort(*rig.loop)));
-    }
-    rig.store.putHome("DTS13", "YES:YES:NO:" + std::to_string(daytimePort));
-    rig.store.putHome("Settings", "YES:59:Minutes/s:NA:36");
+    test::ScreenshotScene scene(rig);
     ServerController& server = rig.server();
     Win32FrontEnd front;
     front.build(server);
     server.start([&] { front.startUp(false); });
-    server.serving().showClient(0, "192.0.2.44");
-    server.serving().showClient(2, "198.51.100.7");
+    test::ScreenshotScene::showClients(server);
 
     ServerWindow& window = front.window();
     SetWindowPos(window.handle(), nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
@@ -104,9 +82,7 @@ int main(int argc, char* argv[]) {
     settle(rig);
     saveWindow(window.handle(), out + "/window-1-unsynchronised.bmp");
 
-    blocker.reset();
-    server.listeners().portKeyPressed(ServiceId::Daytime, 13);
-    reference.release();
+    scene.settle(server);
     (void)rig.runUntil([&] { return server.status().synchronised(); }, std::chrono::seconds(3));
     for (int node = 1; node <= 8; ++node) {
         window.CVLSelected(node);
