@@ -15,16 +15,17 @@ trap 'WINEPREFIX=$work/prefix "$wineserver" -k 2>/dev/null || true; rm -rf "$wor
 export WINEPREFIX=$work/prefix WINEDEBUG=-all CHRONVALE_NO_SET_CLOCK=1 TZ=UTC
 "$wine" wineboot -i </dev/null >/dev/null 2>&1
 "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /t REG_SZ /d N /f >/dev/null 2>&1
-for scale in 1 2; do
-  # The prefix's DPI: 96 at 100%, 192 at 200%.
-  "$wine" reg add 'HKCU\Control Panel\Desktop' /v LogPixels /t REG_DWORD /d $((96 * scale)) /f \
-    >/dev/null 2>&1
+# Scalings in per cent, each in a folder of its name: CHRONVALE_SCALES="100 150 200" adds 150 %.
+for scale in ${CHRONVALE_SCALES:-100 200}; do
+  # The prefix's DPI: 96 at 100 %, 192 at 200 %.
+  "$wine" reg add 'HKCU\Control Panel\Desktop' /v LogPixels /t REG_DWORD /d $((96 * scale / 100)) \
+    /f >/dev/null 2>&1
   "$wineserver" -w
-  mkdir -p "$out/${scale}x"
-  folder=$(realpath "$out/${scale}x")
+  mkdir -p "$out/${scale}"
+  folder=$(realpath "$out/${scale}")
   xvfb-run -a -s "-screen 0 2560x1600x24" "$wine" "$program" "Z:${folder//\//\\}" \
     </dev/null >/dev/null 2>&1
-  python3 - "$out/${scale}x"/*.bmp <<'PY'
+  python3 - "$out/${scale}"/*.bmp <<'PY'
 # 24-bit bottom-up BMP to PNG, with nothing but the standard library.
 import struct, sys, zlib
 for path in sys.argv[1:]:

@@ -440,12 +440,8 @@ void ServerWindow::poll() {
     if (!isVisible()) {
         return;
     }
-    for (std::size_t i = 0; i < seenLampCounts_.size(); ++i) {
-        const auto lamp = static_cast<Lamp>(i);
-        if (server_.status().lampCount(lamp) != seenLampCounts_[i]) {
-            seenLampCounts_[i] = server_.status().lampCount(lamp);
-            lamps_->light(lamp);
-        }
+    for (const Lamp lamp : lampChanges_.since(server_.status())) {
+        lamps_->light(lamp);
     }
     refresh();
 }

@@ -4,6 +4,7 @@
 // minimising hides it there when the desktop has a tray.
 #pragma once
 
+#include "core/lamp_changes.h"
 #include "core/status_model.h"
 
 #include <QIcon>
@@ -92,7 +93,7 @@ private:
     QSystemTrayIcon* tray_ = nullptr;
     QIcon trayIcon_;
     bool trayIconSynced_ = false;
-    std::array<quint64, 4> seenLampCounts_{};
+    LampChanges lampChanges_;
 };
 
 } // namespace cvl

@@ -29,6 +29,18 @@ void setCell(HWND list, int row, int column, const std::string& text) {
     }
 }
 
+// The height of a label's words wrapped at width, in its font.
+int wrappedHeight(HWND label, int width) {
+    HDC dc = GetDC(label);
+    HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(label, WM_GETFONT, 0, 0)));
+    const std::wstring words = wideFromUtf8(textOf(label));
+    RECT needed{0, 0, width, 0};
+    DrawTextW(dc, words.c_str(), -1, &needed, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX);
+    SelectObject(dc, old);
+    ReleaseDC(label, dc);
+    return needed.bottom;
+}
+
 } // namespace
 
 OverviewPage::OverviewPage(HWND parent, const StatusModel& status)
@@ -86,11 +98,12 @@ void OverviewPage::layout(const DpiScale& s) {
             continue;
         }
         ShowWindow(captions_[i], SW_SHOWNA);
-        // Long answers (the unanswered notice, a result) wrap onto a second line.
-        const int lines = textOf(values_[i]).size() > 70 ? 2 : 1;
+        // Long answers (the unanswered notice, a result) wrap onto further lines.
+        const int valueWidth = width - captionWidth - s(8);
+        const int height = std::max(s(18), wrappedHeight(values_[i], valueWidth));
         place(captions_[i], s(8), y, captionWidth, s(18));
-        place(values_[i], s(8) + captionWidth, y, width - captionWidth - s(8), s(18) * lines);
-        y += s(18) * lines + s(4);
+        place(values_[i], s(8) + captionWidth, y, valueWidth, height);
+        y += height + s(4);
     }
     y += s(6);
     place(services_, s(8), y, width - s(8), area.bottom - y - s(4));
@@ -109,6 +122,8 @@ void OverviewPage::refresh() {
                                                   &overview.syncResult, &overview.reference};
     bool rowsChanged = false;
     for (std::size_t i = 0; i < lines.size(); ++i) {
+        // A new text may wrap onto more or fewer lines than the last.
+        rowsChanged = rowsChanged || textOf(values_[i]) != *lines[i];
         showText(values_[i], *lines[i]);
         const bool shown = i == 0 || i == 2 || !lines[i]->empty();
         if (isShown(values_[i]) != shown) {

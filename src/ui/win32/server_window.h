@@ -4,6 +4,7 @@
 // minimising hides it there, the tray icon brings it back, closing it stops the server.
 #pragma once
 
+#include "core/lamp_changes.h"
 #include "core/status_model.h"
 #include "ui/win32/native_window.h"
 #include "ui/win32/tray_icon.h"
@@ -95,7 +96,7 @@ private:
     HICON windowIcon_ = nullptr, smallIcon_ = nullptr, trayIcon_ = nullptr, activityIcon_ = nullptr;
     bool trayIconSynced_ = false;
     bool refreshingSync_ = false;
-    std::array<std::uint64_t, 4> seenLampCounts_{};
+    LampChanges lampChanges_;
 };
 
 } // namespace cvl
