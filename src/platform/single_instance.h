@@ -33,7 +33,7 @@ private:
     std::intptr_t descriptor_ = -1; // a socket on Linux, a mutex on Windows
     SocketWatch watch_;
     std::function<bool()> show_;
-    void* requests_ = nullptr; // Windows: the window that answers a second start
+    [[maybe_unused]] void* requests_ = nullptr; // Windows: the window that answers a second start
 };
 
 } // namespace cvl
