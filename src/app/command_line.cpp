@@ -35,6 +35,8 @@ const char* usageText() {
            "  -rs                          as the first word: start hidden, tray icon only\n"
            "  --headless                   no window, no tray icon (also when there is no "
            "display)\n"
+           "  --service                    Windows: run as the service ChronvaleServer (started\n"
+           "                               so by the service control manager only)\n"
            "  --data-dir DIR               program folder: server file, Logs/, the updater\n"
            "  --settings FILE              the settings file (Linux; Windows uses the registry)\n"
            "  --reference-port N           UDP port asked on reference servers (default 123)\n"
@@ -84,6 +86,8 @@ CommandLineResult parseCommandLine(const std::vector<std::string>& arguments) {
             // Only meaningful as the first word; elsewhere it is just a word.
         } else if (word == ("--headless")) {
             line.headless = true;
+        } else if (word == ("--service")) {
+            line.service = true;
         } else if (word == ("--no-set-clock")) {
             line.noSetClock = true;
         } else if (word == ("--strict-sync")) {

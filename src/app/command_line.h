@@ -12,6 +12,7 @@ namespace cvl {
 struct CommandLine {
     bool startHidden = false; // "-rs", exactly, as the first word
     bool headless = false;
+    bool service = false; // the Windows service, started by the service control manager
     bool noSetClock = false;
     bool showHelp = false;
     bool showVersion = false;

@@ -53,8 +53,7 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd,
     SingleInstance instance(loop);
     if (!instance.acquire()) {
         if (!frontEnd.raisesRunningCopy() || !SingleInstance::askRunningCopyToShow()) {
-            std::fputs("chronvale-server: another copy is already running on this machine\n",
-                       stderr);
+            frontEnd.anotherCopyRuns();
         }
         return 1;
     }

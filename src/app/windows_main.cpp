@@ -1,12 +1,16 @@
 // QBK_CVL_Server.exe: the server on Windows. A window program: the main window and the tray
-// icon, or with --headless no window at all, its status lines on the console it was started
-// from, stopping in order on Ctrl+C, Ctrl+Break or the console's closing.
+// icon; with --headless no window at all, its status lines on the console it was started
+// from, stopping in order on Ctrl+C, Ctrl+Break or the console's closing; with --service the
+// Windows service, as the service control manager starts it.
 #include "app/headless_front_end.h"
 #include "app/run_server.h"
+#include "app/service_front_end.h"
 #include "platform/windows/parent_console.h"
+#include "platform/windows/service_control.h"
 #include "platform/windows/wide_text.h"
 #include "ui/win32/desktop_front_end.h"
 
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +35,25 @@ std::vector<std::string> commandLineWords() {
     return list;
 }
 
+// The service, once the control manager has started the process; 2 when it did not.
+int runService(const cvl::CommandLine& line) {
+    const std::optional<int> status = cvl::runAsService([&line](cvl::ServiceSession& session) {
+        cvl::ServiceFrontEnd frontEnd(session);
+        return cvl::runServer(line, frontEnd,
+                              [&session](cvl::ServerController&) { session.reportRunning(); });
+    });
+    if (status) {
+        return *status;
+    }
+    cvl::useParentConsole();
+    std::fprintf(stderr,
+                 "QBK_CVL_Server.exe: --service is for the service control manager, which starts "
+                 "the installed service %s (\"%s\"): net start %s. To run the server here, "
+                 "start it without --service.\n",
+                 cvl::kServiceName, cvl::kServiceDisplayName, cvl::kServiceName);
+    return 2;
+}
+
 } // namespace
 
 int main() {
@@ -43,6 +66,9 @@ int main() {
     }
     if (const std::optional<int> status = cvl::handleInformationalOptions(parsed)) {
         return *status;
+    }
+    if (parsed.line->service) {
+        return runService(*parsed.line);
     }
     if (parsed.line->headless) {
         cvl::HeadlessFrontEnd frontEnd;

@@ -2,6 +2,8 @@
 // window, the tray icon and message boxes.
 #pragma once
 
+#include <cstdio>
+
 namespace cvl {
 
 class ServerController;
@@ -29,6 +31,10 @@ public:
     // Whether a second start of this face asks the running copy to show itself rather than
     // only saying that it runs.
     [[nodiscard]] virtual bool raisesRunningCopy() const { return false; }
+    // Says that another copy runs and this one ends (a copy that came forward says nothing).
+    virtual void anotherCopyRuns() {
+        std::fputs("chronvale-server: another copy is already running on this machine\n", stderr);
+    }
 };
 
 } // namespace cvl

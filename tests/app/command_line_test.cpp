@@ -36,12 +36,12 @@ TEST(CommandLine, HiddenStartNeedsTheExactFirstWord) {
 
 TEST(CommandLine, OptionsWithValues) {
     const CommandLineResult result =
-        parse({"--headless", "--no-set-clock", "--strict-sync", "--data-dir", "/srv/cvl",
+        parse({"--headless", "--service", "--no-set-clock", "--strict-sync", "--data-dir", "/srv/cvl",
                "--settings=/etc/x.conf", "--reference-port", "20123", "--update-server",
                "updates.example:8080"});
     ASSERT_TRUE(result.line);
     const CommandLine& line = *result.line;
-    EXPECT_TRUE(line.headless && line.noSetClock && line.strictSync);
+    EXPECT_TRUE(line.headless && line.service && line.noSetClock && line.strictSync);
     EXPECT_EQ(line.dataDir, "/srv/cvl");
     EXPECT_EQ(line.settingsFile, "/etc/x.conf");
     EXPECT_EQ(line.referencePort, 20123);

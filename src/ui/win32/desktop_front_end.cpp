@@ -2,6 +2,7 @@
 
 #include "core/server_controller.h"
 #include "platform/windows/message_loop.h"
+#include "platform/windows/service_control.h"
 #include "ui/win32/config_dialog.h"
 #include "ui/win32/server_window.h"
 
@@ -77,6 +78,19 @@ void Win32FrontEnd::release() {
         window_->removeTrayIcon();
     }
     window_.reset();
+}
+
+void Win32FrontEnd::anotherCopyRuns() {
+    std::string text = "Chronvale Server is already running on this machine.";
+    if (serviceRunning()) {
+        text = std::string("Chronvale Server is already running on this machine as the Windows "
+                           "service \"") +
+               kServiceDisplayName + "\" (" + kServiceName +
+               "), which serves without a window.\r\nTo use the window instead, stop the "
+               "service first: net stop " +
+               kServiceName;
+    }
+    MessageBoxA(nullptr, text.c_str(), kServiceDisplayName, MB_OK | MB_ICONINFORMATION);
 }
 
 bool Win32FrontEnd::showWindow() {

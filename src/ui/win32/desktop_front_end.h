@@ -38,6 +38,8 @@ public:
     void release() override;
     bool showWindow() override;
     [[nodiscard]] bool raisesRunningCopy() const override { return true; }
+    // A window program has nobody reading its standard error: a message box says it.
+    void anotherCopyRuns() override;
 
     [[nodiscard]] ServerWindow& window() { return *window_; }
     // The configuration dialog, created (and shown) when it is not open.

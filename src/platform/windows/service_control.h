@@ -1,0 +1,31 @@
+// The program as the Windows service ChronvaleServer: the service control manager starts it,
+// hears when it runs, and asks it to stop (a stop, or the system shutting down). The server
+// runs on the manager's service thread with its own loop; a stop is handed to that loop.
+#pragma once
+
+#include <functional>
+#include <optional>
+
+namespace cvl {
+
+inline constexpr char kServiceName[] = "ChronvaleServer";
+inline constexpr char kServiceDisplayName[] = "Chronvale Server";
+
+// What the running service tells the control manager, and hears from it.
+class ServiceSession {
+public:
+    virtual ~ServiceSession() = default;
+    // The listeners are open: the service runs.
+    virtual void reportRunning() = 0;
+    // Called on the manager's thread when the service is asked to stop; set before running.
+    virtual void setStopHandler(std::function<void()> stop) = 0;
+};
+
+// Runs `serve` as the service, its result the service's exit code; nullopt, and nothing run,
+// when the process was not started by the service control manager.
+[[nodiscard]] std::optional<int> runAsService(const std::function<int(ServiceSession&)>& serve);
+
+// Whether the service ChronvaleServer is installed and running on this machine.
+[[nodiscard]] bool serviceRunning();
+
+} // namespace cvl

@@ -1,0 +1,86 @@
+#!/usr/bin/env bash
+# The Windows service under wine: created with sc, started with net start, it synchronises from
+# a reference server of this test's own, answers a Linux client, and on net stop ends in order
+# with its settings written back. Everything runs in a network namespace of its own with only
+# loopback, in a wine prefix of its own: nothing leaves the machine, and the clock is left alone.
+# "windows_service_test.sh WINE QBK_CVL_Server.exe"
+set -euo pipefail
+wine=$1
+program=$2
+wineserver=$(dirname "$wine")/wineserver64
+[[ -x $wineserver ]] || wineserver=$(dirname "$wine")/wineserver
+if [[ $(id -u) -ne 0 ]] || ! command -v unshare >/dev/null || ! command -v python3 >/dev/null; then
+  echo "skipped: needs root (a network namespace of its own) and python3"
+  exit 77
+fi
+if [[ -z ${CHRONVALE_IN_NAMESPACE:-} ]]; then
+  exec env CHRONVALE_IN_NAMESPACE=1 unshare --net -- "$0" "$@"
+fi
+ip link set lo up
+
+work=$(mktemp -d)
+reference_pid=
+cleanup() {
+  [[ -n $reference_pid ]] && kill "$reference_pid" 2>/dev/null || true
+  WINEPREFIX=$work/prefix "$wineserver" -k 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+export WINEPREFIX=$work/prefix WINEDEBUG=-all CHRONVALE_NO_SET_CLOCK=1 TZ=UTC HOME=$work
+fail() { echo "FAIL: $*"; exit 1; }
+
+# A reference server on loopback: answers every 48-byte request with the present time.
+reference_port=21123
+python3 - "$reference_port" <<'PY' &
+import socket, struct, sys, time
+s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+s.bind(("127.0.0.1", int(sys.argv[1])))
+for _ in range(1000):
+    data, peer = s.recvfrom(512)
+    if len(data) < 48:
+        continue
+    now = time.time() + 2208988800
+    stamp = struct.pack("!II", int(now), int((now % 1) * 2**32))
+    reply = bytes([0x24, 2, 0, 0xEC]) + bytes(8) + b"LOCL" + stamp + data[40:48] + stamp + stamp
+    s.sendto(reply, peer)
+PY
+reference_pid=$!
+
+mkdir -p "$work/data"
+printf 'h1\r\nh2\r\nh3\r\nh4\r\nh5\r\n127.0.0.1:::Loopback NA:::2:::\r\n' >"$work/data/QBK_CVLS4.CVL"
+windows_path() { echo "Z:${1//\//\\}"; }
+
+"$wine" wineboot -i </dev/null >/dev/null 2>&1
+"$wineserver" -w
+# A service dies with its prefix's wine server: keep it for the test.
+"$wineserver" -p
+"$wine" sc create ChronvaleServer start= demand binpath= "$(windows_path "$program") --service \
+--no-set-clock --data-dir $(windows_path "$work/data") --reference-port $reference_port \
+--update-server 127.0.0.1:9" </dev/null >/dev/null || fail "sc create"
+"$wine" net start ChronvaleServer </dev/null >/dev/null || fail "net start"
+"$wine" sc query ChronvaleServer </dev/null | grep -q RUNNING || fail "not running after net start"
+
+# The Time service over TCP answers once the clock is set: four bytes from a Linux client.
+answered=
+for _ in $(seq 1 40); do
+  bytes=$(timeout 2 socat -u TCP:127.0.0.1:37 - 2>/dev/null | wc -c || true)
+  if [[ $bytes -eq 4 ]]; then answered=1; break; fi
+  sleep 0.5
+done
+[[ -n $answered ]] || fail "the Time service did not answer over TCP"
+
+"$wine" reg delete 'HKLM\Software\Chronvale Server' /v OpenMinimized /f </dev/null >/dev/null 2>&1 || true
+"$wine" net stop ChronvaleServer </dev/null >/dev/null || fail "net stop"
+"$wine" sc query ChronvaleServer </dev/null | grep -q STOPPED || fail "not stopped after net stop"
+"$wine" reg query 'HKLM\Software\Chronvale Server' /v OpenMinimized </dev/null | grep -q REG_SZ \
+  || fail "the settings were not written back at the stop"
+
+# Started by hand, --service says what it is for and ends with 2.
+set +e
+"$wine" "$program" --service </dev/null >"$work/by-hand.txt" 2>&1
+status=$?
+set -e
+[[ $status -eq 2 ]] || fail "--service by hand ended with $status, not 2"
+grep -q "service control manager" "$work/by-hand.txt" || fail "--service by hand said nothing"
+"$wine" sc delete ChronvaleServer </dev/null >/dev/null
+echo "PASS"
