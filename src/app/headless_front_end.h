@@ -14,7 +14,17 @@ namespace cvl {
 
 class HeadlessFrontEnd final : public FrontEnd {
 public:
+    // alsoReport: a second place for the warnings and errors (Windows: the Event Log).
+    explicit HeadlessFrontEnd(Diagnostics::Sink alsoReport = {})
+        : alsoReport_(std::move(alsoReport)) {}
+
     Prompter& prompter() override { return prompter_; }
+    void report(Severity severity, const std::string& text) override {
+        FrontEnd::report(severity, text);
+        if (alsoReport_ && severity != Severity::Information) {
+            alsoReport_(severity, text);
+        }
+    }
     void build(ServerController& server) override {
         status_ = std::make_unique<HeadlessStatus>(
             server.status(), [](const std::string& line) { writeStderrLine(line); });
@@ -28,6 +38,7 @@ public:
     void release() override { status_.reset(); }
 
 private:
+    Diagnostics::Sink alsoReport_;
     StderrPrompter prompter_;
     std::unique_ptr<HeadlessStatus> status_;
 };

@@ -70,8 +70,8 @@ int runServer(const CommandLine& line, FrontEnd& frontEnd,
     system->onRequests([&frontEnd, &loop] { frontEnd.quit(loop); },
                        [&server] { server.synchroniser().requestSync(); });
 
-    server.diagnostics().setSink([](Severity severity, const std::string& text) {
-        writeStderrLine(std::string(severityName(severity)) + ": " + text);
+    server.diagnostics().setSink([&frontEnd](Severity severity, const std::string& text) {
+        frontEnd.report(severity, text);
     });
     frontEnd.build(server);
     server.start([&] { frontEnd.startUp(line.startHidden); });

@@ -5,6 +5,7 @@
 #include "app/headless_front_end.h"
 #include "app/run_server.h"
 #include "app/service_front_end.h"
+#include "platform/windows/event_log.h"
 #include "platform/windows/parent_console.h"
 #include "platform/windows/service_control.h"
 #include "platform/windows/wide_text.h"
@@ -40,7 +41,7 @@ int runService(const cvl::CommandLine& line) {
     const std::optional<int> status = cvl::runAsService([&line](cvl::ServiceSession& session) {
         cvl::ServiceFrontEnd frontEnd(session);
         return cvl::runServer(line, frontEnd,
-                              [&session](cvl::ServerController&) { session.reportRunning(); });
+                              [&frontEnd](cvl::ServerController&) { frontEnd.running(); });
     });
     if (status) {
         return *status;
@@ -71,7 +72,11 @@ int main() {
         return runService(*parsed.line);
     }
     if (parsed.line->headless) {
-        cvl::HeadlessFrontEnd frontEnd;
+        // Warnings and errors also in the Event Log, where an administrator looks for them.
+        cvl::EventLog events;
+        cvl::HeadlessFrontEnd frontEnd([&events](cvl::Severity severity, const std::string& text) {
+            events.write(cvl::eventKind(severity), text);
+        });
         return cvl::runServer(*parsed.line, frontEnd);
     }
     // Before the first window: the tree, list and tool tips, in the system's visual style.

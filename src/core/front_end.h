@@ -2,7 +2,11 @@
 // window, the tray icon and message boxes.
 #pragma once
 
+#include "log/diagnostics.h"
+#include "platform/stderr_prompter.h"
+
 #include <cstdio>
+#include <string>
 
 namespace cvl {
 
@@ -31,6 +35,11 @@ public:
     // Whether a second start of this face asks the running copy to show itself rather than
     // only saying that it runs.
     [[nodiscard]] virtual bool raisesRunningCopy() const { return false; }
+    // A failure the windows leave unsaid (the diagnostics channel): to standard error unless
+    // the face has a better place for it.
+    virtual void report(Severity severity, const std::string& text) {
+        writeStderrLine(std::string(severityName(severity)) + ": " + text);
+    }
     // Says that another copy runs and this one ends (a copy that came forward says nothing).
     virtual void anotherCopyRuns() {
         std::fputs("chronvale-server: another copy is already running on this machine\n", stderr);

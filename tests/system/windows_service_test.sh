@@ -54,9 +54,12 @@ windows_path() { echo "Z:${1//\//\\}"; }
 "$wineserver" -w
 # A service dies with its prefix's wine server: keep it for the test.
 "$wineserver" -p
-"$wine" sc create ChronvaleServer start= demand binpath= "$(windows_path "$program") --service \
+# The first program of the new server starts the control manager, whose services inherit its
+# trace settings and output: the events the service writes show there (wine keeps no Event Log
+# of its own).
+WINEDEBUG=+eventlog "$wine" sc create ChronvaleServer start= demand binpath= "$(windows_path "$program") --service \
 --no-set-clock --data-dir $(windows_path "$work/data") --reference-port $reference_port \
---update-server 127.0.0.1:9" </dev/null >/dev/null || fail "sc create"
+--update-server 127.0.0.1:9" </dev/null >/dev/null 2>"$work/trace.txt" || fail "sc create"
 "$wine" net start ChronvaleServer </dev/null >/dev/null || fail "net start"
 "$wine" sc query ChronvaleServer </dev/null | grep -q RUNNING || fail "not running after net start"
 
@@ -72,6 +75,9 @@ done
 "$wine" reg delete 'HKLM\Software\Chronvale Server' /v OpenMinimized /f </dev/null >/dev/null 2>&1 || true
 "$wine" net stop ChronvaleServer </dev/null >/dev/null || fail "net stop"
 "$wine" sc query ChronvaleServer </dev/null | grep -q STOPPED || fail "not stopped after net stop"
+for event in "started as the service ChronvaleServer" "First synchronisation" "stopped; its settings"; do
+  grep -q "ReportEvent.*$event" "$work/trace.txt" || { grep -i "eventlog" "$work/trace.txt" | head -5; fail "no event \"$event\" in the Event Log"; }
+done
 "$wine" reg query 'HKLM\Software\Chronvale Server' /v OpenMinimized </dev/null | grep -q REG_SZ \
   || fail "the settings were not written back at the stop"
 
