@@ -3,6 +3,7 @@
 // from, stopping in order on Ctrl+C, Ctrl+Break or the console's closing; with --service the
 // Windows service, as the service control manager starts it.
 #include "app/headless_front_end.h"
+#include "app/installer_actions.h"
 #include "app/run_server.h"
 #include "app/service_front_end.h"
 #include "platform/windows/event_log.h"
@@ -58,7 +59,12 @@ int runService(const cvl::CommandLine& line) {
 } // namespace
 
 int main() {
-    const cvl::CommandLineResult parsed = cvl::parseCommandLine(commandLineWords());
+    const std::vector<std::string> words = commandLineWords();
+    if (const std::optional<int> status =
+            cvl::runInstallerAction({words.begin() + (words.empty() ? 0 : 1), words.end()})) {
+        return *status;
+    }
+    const cvl::CommandLineResult parsed = cvl::parseCommandLine(words);
     // Lines for a prompt: the answers to --help and --version, a mistake on the command line,
     // and everything the program without a window says.
     if (!parsed.line || parsed.line->showHelp || parsed.line->showVersion ||

@@ -75,4 +75,22 @@ reg_has 'HKLM\Software\Microsoft\Windows\CurrentVersion\Run' "Chronvale Server" 
 [[ $(uninstall_entries) -eq 0 ]] || fail "the Programs and Features entry stayed"
 "$wine" reg query 'HKLM\Software\Chronvale Server' /v NTP37 </dev/null | grep -q 10037 \
   || fail "the settings went with the program"
+
+# As a service, with a setting given. The shipped server file names real hosts; in this
+# namespace there is no route to them, and the clock is left alone.
+"$wine" msiexec /i "Z:${work//\//\\}\\package-$version.msi" /qn SERVICE=1 \
+  UNIX519=YES:YES:YES:10519 </dev/null >/dev/null 2>&1 || fail "install as a service"
+"$wine" sc query ChronvaleServer </dev/null | grep -q RUNNING || fail "the service is not running"
+reg_has 'HKLM\Software\Microsoft\Windows\CurrentVersion\Run' "Chronvale Server" \
+  && fail "a Run entry beside the service"
+"$wine" reg query 'HKLM\Software\Chronvale Server' /v UNIX519 </dev/null | grep -q 10519 \
+  || fail "the setting given was not written"
+"$wine" reg query 'HKLM\Software\Chronvale Server' /v NTP37 </dev/null | grep -q 10037 \
+  || fail "a setting not given was changed"
+# msiexec does not wait for the service to end: stop it first, as an administrator would.
+"$wine" net stop ChronvaleServer </dev/null >/dev/null 2>&1 || fail "net stop"
+"$wine" msiexec /x "Z:${work//\//\\}\\package-$version.msi" /qn </dev/null >/dev/null 2>&1 \
+  || fail "uninstall of the service"
+"$wine" sc query ChronvaleServer </dev/null 2>&1 | grep -q RUNNING && fail "the service stayed"
+[[ ! -f $installed/QBK_CVL_Server.exe ]] || fail "the program stayed after the service"
 echo "PASS"

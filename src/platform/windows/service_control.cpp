@@ -114,6 +114,70 @@ std::optional<int> runAsService(const std::function<int(ServiceSession&)>& serve
     return gExitCode;
 }
 
+namespace {
+
+// Waits for a stop, as net stop does: long enough for the settings to be written back.
+void waitForStop(SC_HANDLE service) {
+    SERVICE_STATUS status{};
+    for (int i = 0; i < 100 && QueryServiceStatus(service, &status) &&
+                    status.dwCurrentState != SERVICE_STOPPED;
+         ++i) {
+        Sleep(200);
+    }
+}
+
+} // namespace
+
+bool installService(const std::string& program) {
+    SC_HANDLE manager = OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+    if (manager == nullptr) {
+        return false;
+    }
+    const std::string command = "\"" + program + "\" --service";
+    SC_HANDLE service =
+        CreateServiceA(manager, kServiceName, kServiceDisplayName, SERVICE_ALL_ACCESS,
+                       SERVICE_WIN32_OWN_PROCESS, SERVICE_AUTO_START, SERVICE_ERROR_NORMAL,
+                       command.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr);
+    if (service == nullptr && GetLastError() == ERROR_SERVICE_EXISTS) {
+        service = OpenServiceA(manager, kServiceName, SERVICE_ALL_ACCESS);
+        if (service != nullptr) {
+            ChangeServiceConfigA(service, SERVICE_NO_CHANGE, SERVICE_AUTO_START, SERVICE_NO_CHANGE,
+                                 command.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr,
+                                 kServiceDisplayName);
+        }
+    }
+    bool started = false;
+    if (service != nullptr) {
+        char text[] = "Answers Daytime, Time, NTP/SNTP and Unix time on this machine.";
+        SERVICE_DESCRIPTIONA description{text};
+        ChangeServiceConfig2A(service, SERVICE_CONFIG_DESCRIPTION, &description);
+        started =
+            StartServiceA(service, 0, nullptr) || GetLastError() == ERROR_SERVICE_ALREADY_RUNNING;
+        CloseServiceHandle(service);
+    }
+    CloseServiceHandle(manager);
+    return started;
+}
+
+bool removeService() {
+    SC_HANDLE manager = OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+    if (manager == nullptr) {
+        return false;
+    }
+    SC_HANDLE service = OpenServiceA(manager, kServiceName, SERVICE_ALL_ACCESS);
+    bool removed = service == nullptr; // nothing to remove
+    if (service != nullptr) {
+        SERVICE_STATUS status{};
+        if (ControlService(service, SERVICE_CONTROL_STOP, &status)) {
+            waitForStop(service);
+        }
+        removed = DeleteService(service) != FALSE;
+        CloseServiceHandle(service);
+    }
+    CloseServiceHandle(manager);
+    return removed;
+}
+
 bool serviceRunning() {
     SC_HANDLE manager = OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT);
     if (manager == nullptr) {

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 
 namespace cvl {
 
@@ -24,6 +25,12 @@ public:
 // Runs `serve` as the service, its result the service's exit code; nullopt, and nothing run,
 // when the process was not started by the service control manager.
 [[nodiscard]] std::optional<int> runAsService(const std::function<int(ServiceSession&)>& serve);
+
+// Installs the service for program (started automatically, with --service) and starts it;
+// an installed one is given the program again.
+bool installService(const std::string& program);
+// Stops the service, waiting while it writes its settings back, and removes it.
+bool removeService();
 
 // Whether the service ChronvaleServer is installed and running on this machine.
 [[nodiscard]] bool serviceRunning();
