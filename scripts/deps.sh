@@ -16,7 +16,7 @@ elif [[ "${1:-}" == "--bench" ]]; then
 elif [[ "${1:-}" == "--windows" ]]; then
   # The system tests that start the Windows program are Linux programs, with the real clients.
   packages=(cmake ninja-build g++ googletest g++-mingw-w64-x86-64-posix wine64
-            chrony rdate ntpsec-ntpdig socat util-linux iproute2 xvfb xauth wixl)
+            chrony rdate ntpsec-ntpdig socat util-linux iproute2 xvfb xauth wixl osslsigncode openssl)
 fi
 
 missing=()
