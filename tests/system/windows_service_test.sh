@@ -71,6 +71,18 @@ for _ in $(seq 1 40); do
   sleep 0.5
 done
 [[ -n $answered ]] || fail "the Time service did not answer over TCP"
+# Every service the default settings enable: Time over UDP, Unix time over TCP, NTP
+# over UDP to a real client without the right to set the clock, the client protocol's listener.
+bytes=$(printf x | timeout 3 socat -t 2 - UDP:127.0.0.1:37 2>/dev/null | wc -c || true)
+[[ $bytes -eq 4 ]] || fail "the Time service did not answer over UDP"
+bytes=$(timeout 3 socat -u TCP:127.0.0.1:519 - 2>/dev/null | wc -c || true)
+[[ $bytes -eq 4 ]] || fail "the Unix time service did not answer over TCP"
+if command -v ntpdig >/dev/null && command -v setpriv >/dev/null; then
+  setpriv --bounding-set -sys_time --inh-caps -sys_time -- ntpdig -t 3 127.0.0.1 \
+    >"$work/ntpdig.txt" 2>&1 || { cat "$work/ntpdig.txt"; fail "no NTP answer for ntpdig"; }
+fi
+timeout 3 socat -u /dev/null TCP:127.0.0.1:3777,connect-timeout=2 2>/dev/null \
+  || fail "the client protocol's listener did not take a connection"
 
 "$wine" reg delete 'HKLM\Software\Chronvale Server' /v OpenMinimized /f </dev/null >/dev/null 2>&1 || true
 "$wine" net stop ChronvaleServer </dev/null >/dev/null || fail "net stop"
