@@ -13,6 +13,10 @@ if [[ $(id -u) -ne 0 ]] || ! command -v unshare >/dev/null || ! command -v pytho
   echo "skipped: needs root (a network namespace of its own) and python3"
   exit 77
 fi
+if [[ -z ${CHRONVALE_IN_NAMESPACE:-} ]] && ! unshare --net true 2>/dev/null; then
+  echo "skipped: this machine gives no network namespace (unshare --net)"
+  exit 77
+fi
 if [[ -z ${CHRONVALE_IN_NAMESPACE:-} ]]; then
   exec env CHRONVALE_IN_NAMESPACE=1 unshare --net -- "$0" "$@"
 fi
