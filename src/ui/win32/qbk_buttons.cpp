@@ -355,8 +355,13 @@ template <typename Event, typename... Args> void raise(const Event& event, Args.
     }
 }
 
+// The address in the system's code page, as the shell's "open" of the A call takes it.
 void openWithShell(HWND form, const std::string& url) {
-    ShellExecuteW(form, L"open", wideFromUtf8(url).c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+    const std::wstring wide = wideFromUtf8(url);
+    const int size = WideCharToMultiByte(CP_ACP, 0, wide.c_str(), -1, nullptr, 0, nullptr, nullptr);
+    std::string address(static_cast<std::size_t>(size > 0 ? size : 1), '\0');
+    WideCharToMultiByte(CP_ACP, 0, wide.c_str(), -1, address.data(), size, nullptr, nullptr);
+    ShellExecuteA(form, "open", address.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }
 
 } // namespace
