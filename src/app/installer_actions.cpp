@@ -1,5 +1,7 @@
 #include "app/installer_actions.h"
 
+#include "core/settings_values.h"
+
 #include "platform/windows/event_log.h"
 #include "platform/windows/firewall_rule.h"
 #include "platform/windows/registry_settings_store.h"
@@ -66,6 +68,17 @@ int afterInstall(const std::vector<std::string>& assignments) {
             outcome.step(settings.write(value, given).ok(),
                          std::string("write the setting ") + value);
         }
+    }
+    // The region alone: the general value as it stands (or its default) with that one field.
+    if (const std::string& region = properties["REGION"]; !region.empty()) {
+        std::string general;
+        if (!settings.read("Settings", general).ok() || general.empty()) {
+            general = kGeneralDefault;
+        }
+        GeneralSetting setting = parseGeneralSetting(general);
+        setting.regionCode = region;
+        outcome.step(settings.write("Settings", formatGeneralSetting(setting)).ok(),
+                     "write the region");
     }
     RunKeyAutostart runAtLogon;
     if (properties["SERVICE"] == "1") {

@@ -25,7 +25,11 @@ fi
 ip link set lo up
 
 work=$(mktemp -d)
-trap 'WINEPREFIX=$work/prefix "$wineserver" -k 2>/dev/null || true; rm -rf "$work"' EXIT
+cleanup() {
+  WINEPREFIX=$work/prefix "$wineserver" -k 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
 export WINEPREFIX=$work/prefix WINEDEBUG=-all CHRONVALE_NO_SET_CLOCK=1 TZ=UTC HOME=$work
 fail() { echo "FAIL: $*"; exit 1; }
 
@@ -83,7 +87,7 @@ reg_has 'HKLM\Software\Microsoft\Windows\CurrentVersion\Run' "Chronvale Server" 
 # As a service, with a setting given. The shipped server file names real hosts; in this
 # namespace there is no route to them, and the clock is left alone.
 "$wine" msiexec /i "Z:${work//\//\\}\\package-$version.msi" /qn SERVICE=1 \
-  UNIX519=YES:YES:YES:10519 </dev/null >/dev/null 2>&1 || fail "install as a service"
+  UNIX519=YES:YES:YES:10519 REGION=EU </dev/null >/dev/null 2>&1 || fail "install as a service"
 "$wine" sc query ChronvaleServer </dev/null | grep -q RUNNING || fail "the service is not running"
 reg_has 'HKLM\Software\Microsoft\Windows\CurrentVersion\Run' "Chronvale Server" \
   && fail "a Run entry beside the service"
@@ -91,6 +95,8 @@ reg_has 'HKLM\Software\Microsoft\Windows\CurrentVersion\Run' "Chronvale Server" 
   || fail "the setting given was not written"
 "$wine" reg query 'HKLM\Software\Chronvale Server' /v NTP37 </dev/null | grep -q 10037 \
   || fail "a setting not given was changed"
+"$wine" reg query 'HKLM\Software\Chronvale Server' /v Settings </dev/null | grep -q ':EU:' \
+  || fail "the region given was not written"
 # msiexec does not wait for the service to end: stop it first, as an administrator would.
 "$wine" net stop ChronvaleServer </dev/null >/dev/null 2>&1 || fail "net stop"
 "$wine" msiexec /x "Z:${work//\//\\}\\package-$version.msi" /qn </dev/null >/dev/null 2>&1 \

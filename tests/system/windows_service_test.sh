@@ -35,19 +35,7 @@ fail() { echo "FAIL: $*"; exit 1; }
 
 # A reference server on loopback: answers every 48-byte request with the present time.
 reference_port=21123
-python3 - "$reference_port" <<'PY' &
-import socket, struct, sys, time
-s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-s.bind(("127.0.0.1", int(sys.argv[1])))
-for _ in range(1000):
-    data, peer = s.recvfrom(512)
-    if len(data) < 48:
-        continue
-    now = time.time() + 2208988800
-    stamp = struct.pack("!II", int(now), int((now % 1) * 2**32))
-    reply = bytes([0x24, 2, 0, 0xEC]) + bytes(8) + b"LOCL" + stamp + data[40:48] + stamp + stamp
-    s.sendto(reply, peer)
-PY
+python3 "$(dirname "$0")/reference_responder.py" "$reference_port" &
 reference_pid=$!
 
 mkdir -p "$work/data"
