@@ -9,20 +9,11 @@ set -euo pipefail
 wine=$1
 wixl=$2
 folder=$3
-wineserver=$(dirname "$wine")/wineserver64
-[[ -x $wineserver ]] || wineserver=$(dirname "$wine")/wineserver
-if [[ $(id -u) -ne 0 ]] || ! command -v unshare >/dev/null || [[ ! -x $wixl ]]; then
-  echo "skipped: needs root (a network namespace of its own) and wixl"
+if [[ ! -x $wixl ]]; then
+  echo "skipped: needs wixl"
   exit 77
 fi
-if [[ -z ${CHRONVALE_IN_NAMESPACE:-} ]] && ! unshare --net true 2>/dev/null; then
-  echo "skipped: this machine gives no network namespace (unshare --net)"
-  exit 77
-fi
-if [[ -z ${CHRONVALE_IN_NAMESPACE:-} ]]; then
-  exec env CHRONVALE_IN_NAMESPACE=1 unshare --net -- "$0" "$@"
-fi
-ip link set lo up
+source "$(dirname "$0")/private_network.sh"
 
 work=$(mktemp -d)
 cleanup() {

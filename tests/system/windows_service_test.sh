@@ -7,20 +7,11 @@
 set -euo pipefail
 wine=$1
 program=$2
-wineserver=$(dirname "$wine")/wineserver64
-[[ -x $wineserver ]] || wineserver=$(dirname "$wine")/wineserver
-if [[ $(id -u) -ne 0 ]] || ! command -v unshare >/dev/null || ! command -v python3 >/dev/null; then
-  echo "skipped: needs root (a network namespace of its own) and python3"
+if ! command -v python3 >/dev/null; then
+  echo "skipped: needs python3"
   exit 77
 fi
-if [[ -z ${CHRONVALE_IN_NAMESPACE:-} ]] && ! unshare --net true 2>/dev/null; then
-  echo "skipped: this machine gives no network namespace (unshare --net)"
-  exit 77
-fi
-if [[ -z ${CHRONVALE_IN_NAMESPACE:-} ]]; then
-  exec env CHRONVALE_IN_NAMESPACE=1 unshare --net -- "$0" "$@"
-fi
-ip link set lo up
+source "$(dirname "$0")/private_network.sh"
 
 work=$(mktemp -d)
 reference_pid=
