@@ -36,8 +36,8 @@ TEST(CommandLine, HiddenStartNeedsTheExactFirstWord) {
 
 TEST(CommandLine, OptionsWithValues) {
     const CommandLineResult result =
-        parse({"--headless", "--service", "--no-set-clock", "--strict-sync", "--data-dir", "/srv/cvl",
-               "--settings=/etc/x.conf", "--reference-port", "20123", "--update-server",
+        parse({"--headless", "--service", "--no-set-clock", "--strict-sync", "--data-dir",
+               "/srv/cvl", "--settings=/etc/x.conf", "--reference-port", "20123", "--update-server",
                "updates.example:8080"});
     ASSERT_TRUE(result.line);
     const CommandLine& line = *result.line;

@@ -167,6 +167,48 @@ void place(HWND control, int x, int y, int width, int height) {
     SetWindowPos(control, nullptr, x, y, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
+namespace {
+
+// control's device context with its font chosen, for measuring its words.
+class MeasuringContext {
+public:
+    explicit MeasuringContext(HWND control)
+        : control_(control)
+        , dc_(GetDC(control))
+        , old_(SelectObject(dc_,
+                            reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)))) {}
+    ~MeasuringContext() {
+        SelectObject(dc_, old_);
+        ReleaseDC(control_, dc_);
+    }
+    MeasuringContext(const MeasuringContext&) = delete;
+    MeasuringContext& operator=(const MeasuringContext&) = delete;
+    [[nodiscard]] HDC dc() const { return dc_; }
+
+private:
+    HWND control_;
+    HDC dc_;
+    HGDIOBJ old_;
+};
+
+} // namespace
+
+int textWidth(HWND control, const std::string& text) {
+    const MeasuringContext measuring(control);
+    const std::wstring wide = wideFromUtf8(text);
+    SIZE size{};
+    GetTextExtentPoint32W(measuring.dc(), wide.c_str(), int(wide.size()), &size);
+    return size.cx;
+}
+
+int wrappedHeight(HWND control, int width) {
+    const MeasuringContext measuring(control);
+    const std::wstring words = wideFromUtf8(textOf(control));
+    RECT needed{0, 0, width, 0};
+    DrawTextW(measuring.dc(), words.c_str(), -1, &needed, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX);
+    return needed.bottom;
+}
+
 bool isShown(HWND control) {
     return (GetWindowLongW(control, GWL_STYLE) & WS_VISIBLE) != 0;
 }
@@ -197,6 +239,11 @@ void ToolTips::setTip(HWND control, std::string_view text) {
     if (tips_ == nullptr) {
         return;
     }
+    const auto shown = shown_.find(control);
+    if (shown != shown_.end() && shown->second == text) {
+        return;
+    }
+    shown_[control] = std::string(text);
     std::wstring wide = wideFromUtf8(text);
     TOOLINFOW tool{};
     tool.cbSize = sizeof tool;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -65,6 +66,9 @@ void showText(HWND control, std::string_view text);
 void place(HWND control, int x, int y, int width, int height);
 // Shown by its own style, whether or not its parent is shown now.
 [[nodiscard]] bool isShown(HWND control);
+// How wide text is in control's font, and how high control's own words are wrapped at width.
+[[nodiscard]] int textWidth(HWND control, const std::string& text);
+[[nodiscard]] int wrappedHeight(HWND control, int width);
 // Every child of parent in font.
 void setFontOfChildren(HWND parent, HFONT font);
 // A page's words in font, its title in bold.
@@ -78,6 +82,7 @@ public:
 
 private:
     HWND tips_ = nullptr;
+    std::map<HWND, std::string> shown_; // a refresh that changes nothing sends nothing
 };
 
 } // namespace cvl

@@ -29,18 +29,6 @@ void setCell(HWND list, int row, int column, const std::string& text) {
     }
 }
 
-// The height of a label's words wrapped at width, in its font.
-int wrappedHeight(HWND label, int width) {
-    HDC dc = GetDC(label);
-    HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(label, WM_GETFONT, 0, 0)));
-    const std::wstring words = wideFromUtf8(textOf(label));
-    RECT needed{0, 0, width, 0};
-    DrawTextW(dc, words.c_str(), -1, &needed, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX);
-    SelectObject(dc, old);
-    ReleaseDC(label, dc);
-    return needed.bottom;
-}
-
 } // namespace
 
 OverviewPage::OverviewPage(HWND parent, const StatusModel& status)

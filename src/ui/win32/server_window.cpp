@@ -55,18 +55,6 @@ ServiceId serviceForDisplay(int displayNumber) {
     return ServiceId::Time;
 }
 
-int textWidth(HWND control, const std::string& text) {
-    HDC dc = GetDC(control);
-    HGDIOBJ old =
-        SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
-    const std::wstring wide = wideFromUtf8(text);
-    SIZE size{};
-    GetTextExtentPoint32W(dc, wide.c_str(), int(wide.size()), &size);
-    SelectObject(dc, old);
-    ReleaseDC(control, dc);
-    return size.cx;
-}
-
 // A label breaks lines at CR LF only; the port conflict's second line follows a lone CR.
 std::string asLines(const std::string& text) {
     std::string lines;

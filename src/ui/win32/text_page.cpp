@@ -31,17 +31,10 @@ void TextPage::layout(const DpiScale& s) {
     const int width = area.right - s(16);
     place(title_, s(8), s(4), width, s(20));
     // The paragraph's height follows its words at this width and font.
-    HDC dc = GetDC(text_);
-    HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(text_, WM_GETFONT, 0, 0)));
-    RECT needed{0, 0, width, 0};
-    std::wstring words(static_cast<std::size_t>(GetWindowTextLengthW(text_)) + 1, L'\0');
-    GetWindowTextW(text_, words.data(), int(words.size()));
-    DrawTextW(dc, words.c_str(), -1, &needed, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX);
-    SelectObject(dc, old);
-    ReleaseDC(text_, dc);
-    place(text_, s(8), s(30), width, needed.bottom + s(4));
+    const int height = wrappedHeight(text_, width);
+    place(text_, s(8), s(30), width, height + s(4));
     if (button_ != nullptr) {
-        place(button_, s(8), s(38) + needed.bottom, s(230), s(28));
+        place(button_, s(8), s(38) + height, s(230), s(28));
     }
 }
 

@@ -1,6 +1,5 @@
 #include "ui/win32/traffic_lamps.h"
 
-#include "platform/windows/wide_text.h"
 #include "ui/picture_colours.h"
 
 namespace cvl {
@@ -12,17 +11,6 @@ constexpr UINT_PTR kDimTimer = 1;
 constexpr int kDot = 10;   // at 96 DPI
 constexpr int kGap = 3;    // between a dot and its word
 constexpr int kSpace = 10; // between one lamp and the next
-
-int wordWidth(HWND label) {
-    HDC dc = GetDC(label);
-    HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(label, WM_GETFONT, 0, 0)));
-    const std::wstring word = wideFromUtf8(textOf(label));
-    SIZE size{};
-    GetTextExtentPoint32W(dc, word.c_str(), int(word.size()), &size);
-    SelectObject(dc, old);
-    ReleaseDC(label, dc);
-    return size.cx;
-}
 
 } // namespace
 
@@ -48,7 +36,7 @@ bool TrafficLamps::isLit(Lamp lamp) const {
 int TrafficLamps::width(const DpiScale& scale) const {
     int total = 0;
     for (HWND label : labels_) {
-        total += scale(kDot + kGap) + wordWidth(label) + scale(kSpace);
+        total += scale(kDot + kGap) + textWidth(label, textOf(label)) + scale(kSpace);
     }
     return total;
 }
@@ -61,7 +49,7 @@ void TrafficLamps::layout() {
     int x = 0;
     for (std::size_t i = 0; i < labels_.size(); ++i) {
         dots_[i] = x;
-        const int word = wordWidth(labels_[i]);
+        const int word = textWidth(labels_[i], textOf(labels_[i]));
         place(labels_[i], x + scale(kDot + kGap), 0, word + scale(2), area.bottom);
         x += scale(kDot + kGap) + word + scale(kSpace);
     }
